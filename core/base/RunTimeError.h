@@ -1,0 +1,54 @@
+#pragma once
+// The one error type of the system. It carries an error number: either the
+// run-time's own numbers (overflow, subscript, type mismatch, file errors) or a
+// microscope service's 32-bit failure code, whose last three hexadecimal digits
+// ("4BE" limitation, "4B7" time-out) decide what the operator is told.
+#include <QString>
+#include <cstdint>
+#include <exception>
+#include <string>
+
+class RunTimeError : public std::exception {
+public:
+    // The run-time's own error numbers that this system raises or traps.
+    enum : int32_t {
+        Overflow = 6,
+        SubscriptOutOfRange = 9,
+        TypeMismatch = 13,
+        BadFileNameOrNumber = 52,
+        FileAlreadyOpen = 55,
+        InputPastEndOfFile = 62,
+        PathNotFound = 76,
+    };
+
+    // Failure codes of the microscope service (as signed 32-bit words).
+    static constexpr int32_t ServiceLimitation = static_cast<int32_t>(0x800404BEu);
+    static constexpr int32_t ServiceTimeOut = static_cast<int32_t>(0x800404B7u);
+    static constexpr int32_t ServiceFailure = static_cast<int32_t>(0x80004005u);
+    static constexpr int32_t ServiceNotConnected = static_cast<int32_t>(0x800404B0u);
+    static constexpr int32_t ServiceInvalidArgument = static_cast<int32_t>(0x80070057u);
+    static constexpr int32_t ServiceGone = static_cast<int32_t>(0x800706BAu);
+
+    RunTimeError(int32_t number, QString description)
+        : m_number(number), m_description(std::move(description)),
+          m_what(m_description.toStdString()) {}
+
+    int32_t number() const { return m_number; }
+    QString description() const { return m_description; }
+
+    // The number as upper-case hexadecimal text of its 32-bit pattern ("800404BE").
+    QString hexNumber() const {
+        return QString::number(static_cast<uint32_t>(m_number), 16).toUpper();
+    }
+    // The last three hexadecimal digits, which classify a service failure.
+    QString hexTail() const { return hexNumber().right(3); }
+    bool isLimitation() const { return hexTail() == QLatin1String("4BE"); }
+    bool isTimeOut() const { return hexTail() == QLatin1String("4B7"); }
+
+    const char* what() const noexcept override { return m_what.c_str(); }
+
+private:
+    int32_t m_number;
+    QString m_description;
+    std::string m_what;
+};
