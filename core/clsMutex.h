@@ -1,0 +1,39 @@
+#pragma once
+// The connection lock: one instance of the panel per position of the
+// microscope list. It is a file lock that the kernel drops when the process
+// dies, so a crashed panel leaves no stale lock behind. The lock file lives in
+// $XDG_RUNTIME_DIR (the temporary folder when that is unset), is opened
+// close-on-exec so that started tools do not inherit it, and is never removed
+// while held.
+#include <QString>
+#include <cstdint>
+
+class clsMutex {
+public:
+    clsMutex() = default;
+    ~clsMutex();
+    clsMutex(const clsMutex&) = delete;
+    clsMutex& operator=(const clsMutex&) = delete;
+
+    // Builds "ZentorConnection-" + the upper-case hexadecimal code of each
+    // character of `Name` and creates the lock. True when this process is the
+    // first to hold it, false when another live process already holds it.
+    bool Mutex_Open(const QString& Name);
+    void Mutex_Close();
+    // Waits up to dwMilliseconds for the lock; true when it is held.
+    bool Mutex_Wait(int32_t dwMilliseconds);
+    void Mutex_Release();
+
+    // The lock name Mutex_Open builds ("0" gives "ZentorConnection-30").
+    static QString lockName(const QString& Name);
+    // Where the lock file of that name lives.
+    static QString lockPath(const QString& lockName);
+    bool holdsHandle() const { return m_handle >= 0; }
+
+private:
+    bool Mutex_Create(const QString& name);
+    void Mutex_Free();
+
+    int m_handle = -1;
+    bool m_owned = false;
+};
