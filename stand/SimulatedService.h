@@ -1,0 +1,33 @@
+#pragma once
+// The whole simulated microscope service: index 0 is its own simulated
+// microscope (a full system), 1.. the stands of its configuration, one per
+// description file. A stand is created on first use and shared by every client.
+#include "stand/SimulatedStand.h"
+#include "stand/StandClock.h"
+#include "stand/StandDescription.h"
+
+#include <QObject>
+#include <QStringList>
+#include <QVector>
+#include <cstdint>
+
+class SimulatedService : public QObject {
+    Q_OBJECT
+public:
+    // Reads every description at once; a malformed file throws RunTimeError
+    // naming the file and the problem.
+    SimulatedService(const StandClock& clock, const QStringList& descriptionFiles,
+                     QObject* parent = nullptr);
+    ~SimulatedService() override;
+
+    QStringList deviceNames() const;
+    int16_t isDeviceAvailable(int index) const;
+    // nullptr for an index outside the list.
+    SimulatedStand* stand(int index);
+    const StandClock& clock() const { return m_clock; }
+
+private:
+    StandClock m_clock;
+    QVector<StandDescription> m_descriptions;
+    QVector<SimulatedStand*> m_stands;
+};

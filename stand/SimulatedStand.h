@@ -1,0 +1,58 @@
+#pragma once
+// One simulated microscope, configured by a StandDescription. It never blocks:
+// every call answers through `done`, at once for reads and refusals, and when
+// the motor has arrived for moves. Every change of every device is reported as
+// "<name>:<value>" on propertyChanged, positions of Z and XY streaming while
+// their motors run.
+//
+// `member` is the name of a MicroscopeService operation ("NosepiecePosition",
+// "setNosepiecePosition", "XYDriveMove", "SendCommand" ...), apart from the
+// service-level Connect, Disconnect, GetDeviceNames and IsDeviceAvailable.
+// Value encoding, in args and in StandResult::value: integers as int whatever
+// their width, doubles as double, texts as QString, QStringList for text
+// arrays, QVariantList of int / double for number arrays, ObservationPositions
+// as a QVariantList of 11 ints in the struct's order, SendCommand's reply as a
+// QString. Setters and methods answer an invalid QVariant.
+#include "stand/StandClock.h"
+#include "stand/StandControl.h"
+#include "stand/StandDescription.h"
+
+#include <QObject>
+#include <QString>
+#include <QVariant>
+#include <QVariantList>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+struct StandResult {
+    int32_t error = 0;      // 0 success, else the service's 32-bit failure code
+    QString errorText;
+    QVariant value;
+};
+using StandReply = std::function<void(const StandResult&)>;
+
+class StandEngine;
+
+class SimulatedStand : public QObject {
+    Q_OBJECT
+public:
+    SimulatedStand(const StandDescription& description, const StandClock& clock,
+                   QObject* parent = nullptr);
+    ~SimulatedStand() override;
+
+    // Carries out one operation; `done` is called exactly once. A refused call
+    // changes nothing.
+    void invoke(const QString& member, const QVariantList& args, StandReply done);
+    // Every member name invoke() knows.
+    static QStringList members();
+
+    const StandDescription& description() const;
+    StandControl& control();
+
+signals:
+    void propertyChanged(const QString& message);
+
+private:
+    std::unique_ptr<StandEngine> m_engine;
+};
