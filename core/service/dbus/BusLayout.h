@@ -1,0 +1,75 @@
+#pragma once
+// How the microscope service lays itself out on the session bus. The service
+// process and its clients both build on these names, so that they cannot drift.
+//
+//   org.zentor.Microscope                 well-known name of the microscope service
+//     /org/zentor/Microscope              org.zentor.Microscope.Manager: the list of
+//                                         microscopes, Connect(index) -> object path
+//     /org/zentor/Microscope/<index>      org.zentor.Microscope.Device: every device
+//                                         member, signal OnPropertyChanged(s);
+//                                         org.zentor.StandControl: fault injection
+//   org.zentor.Fiber                      well-known name of the fiber illuminator
+//     /org/zentor/Fiber                   org.zentor.Fiber, signal OnPropertyChanged(s)
+//
+// A failure travels as a D-Bus error named org.zentor.Error.X<8 hex digits of
+// the 32-bit code>, its text starting with the same hex digits; the client
+// turns it back into RunTimeError(code).
+#include "core/base/RunTimeError.h"
+
+#include <QString>
+#include <QVector>
+#include <cstdint>
+
+class QDBusMessage;
+
+namespace ZentorBus {
+
+inline const QString MicroscopeService = QStringLiteral("org.zentor.Microscope");
+inline const QString ManagerPath = QStringLiteral("/org/zentor/Microscope");
+inline const QString ManagerInterface = QStringLiteral("org.zentor.Microscope.Manager");
+inline const QString DeviceInterface = QStringLiteral("org.zentor.Microscope.Device");
+inline const QString ControlInterface = QStringLiteral("org.zentor.StandControl");
+inline const QString FiberService = QStringLiteral("org.zentor.Fiber");
+inline const QString FiberPath = QStringLiteral("/org/zentor/Fiber");
+inline const QString FiberInterface = QStringLiteral("org.zentor.Fiber");
+inline const QString EventSignal = QStringLiteral("OnPropertyChanged");
+inline const QString ErrorPrefix = QStringLiteral("org.zentor.Error.X");
+
+// Object path of the microscope with that index of GetDeviceNames.
+QString devicePath(int index);
+
+// The D-Bus signature of the eleven command codes of one observation method.
+inline const QString ObservationSignature = QStringLiteral("(iiiiiiiiiii)");
+
+// One method of an interface: its name, the D-Bus signature of its arguments
+// and of its one result ("" for none), and the argument names shown by
+// introspection.
+struct Method {
+    QString name;
+    QString in;
+    QString out;
+    QStringList argNames;
+};
+
+// Every device member of a microscope, as the stand answers it.
+const QVector<Method>& deviceMethods();
+// Members of the device interface that the service answers itself.
+const QVector<Method>& deviceServiceMethods();
+const QVector<Method>& managerMethods();
+const QVector<Method>& controlMethods();
+const QVector<Method>& fiberMethods();
+const Method* findMethod(const QVector<Method>& methods, const QString& name);
+
+// Introspection XML of one interface (with the event signal when asked).
+QString interfaceXml(const QString& interfaceName, const QVector<Method>& methods, bool withEvent);
+
+// The D-Bus error name and text that carry a 32-bit failure code.
+QString errorName(int32_t code);
+QString errorText(int32_t code, const QString& description);
+// An error reply carrying the code; `request` is the call it answers.
+QDBusMessage errorReply(const QDBusMessage& request, int32_t code, const QString& description);
+// The RunTimeError that an error message stands for: its own code when it
+// carries one, else a service code chosen by the kind of D-Bus failure.
+RunTimeError errorFromMessage(const QDBusMessage& error);
+
+} // namespace ZentorBus

@@ -1,0 +1,71 @@
+#include "core/service/dbus/DBusFiberService.h"
+
+#include "core/service/dbus/BusLayout.h"
+
+#include <QCoreApplication>
+
+DBusFiberService::DBusFiberService(QObject* parent)
+    : DBusFiberService(QDBusConnection::sessionBus(), ZentorBus::FiberService, parent)
+{
+}
+
+DBusFiberService::DBusFiberService(const QDBusConnection& bus, const QString& serviceName, QObject* parent)
+    : FiberService(parent), m_bus(bus), m_serviceName(serviceName)
+{
+    // Subscribing by well-known name needs no running server: the events
+    // start to flow whenever an illuminator server owns the name.
+    m_subscribed = m_bus.connect(m_serviceName, ZentorBus::FiberPath, ZentorBus::FiberInterface,
+                                 ZentorBus::EventSignal, this, SLOT(onEvent(QString)));
+}
+
+DBusFiberService::~DBusFiberService()
+{
+    if (m_subscribed)
+        m_bus.disconnect(m_serviceName, ZentorBus::FiberPath, ZentorBus::FiberInterface,
+                         ZentorBus::EventSignal, this, SLOT(onEvent(QString)));
+}
+
+void DBusFiberService::onEvent(const QString& message)
+{
+    emit OnPropertyChanged(message);
+}
+
+QVariant DBusFiberService::call(const char* member, const QVariantList& args)
+{
+    if (!m_bus.isConnected())
+        throw RunTimeError(RunTimeError::ServiceGone,
+                           QStringLiteral("No session bus: ") + m_bus.lastError().message());
+    QDBusMessage msg = QDBusMessage::createMethodCall(m_serviceName, ZentorBus::FiberPath,
+                                                      ZentorBus::FiberInterface, QLatin1String(member));
+    msg.setArguments(args);
+    const QDBusMessage reply = m_bus.call(msg, QDBus::BlockWithGui, kCallTimeoutMs);
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        throw ZentorBus::errorFromMessage(reply);
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        throw RunTimeError(RunTimeError::ServiceFailure,
+                           QStringLiteral("No answer from the fiber illuminator server to ") + QLatin1String(member));
+    const QVariantList out = reply.arguments();
+    return out.isEmpty() ? QVariant() : out.first();
+}
+
+#define N(v) QVariant::fromValue<short>(v)
+
+int16_t DBusFiberService::ConnectionStatus() { return static_cast<int16_t>(call("ConnectionStatus").toInt()); }
+void DBusFiberService::Connect(int32_t timeoutMs) { call("Connect", {QVariant::fromValue<int>(timeoutMs)}); }
+void DBusFiberService::Disconnect() { call("Disconnect"); }
+int16_t DBusFiberService::Port() { return static_cast<int16_t>(call("Port").toInt()); }
+int16_t DBusFiberService::NDPosition() { return static_cast<int16_t>(call("NDPosition").toInt()); }
+void DBusFiberService::setNDPosition(int16_t position) { call("setNDPosition", {N(position)}); }
+int16_t DBusFiberService::NDWheelModel() { return static_cast<int16_t>(call("NDWheelModel").toInt()); }
+int16_t DBusFiberService::ShutterIsOpened() { return static_cast<int16_t>(call("ShutterIsOpened").toInt()); }
+void DBusFiberService::ShutterOpen() { call("ShutterOpen"); }
+void DBusFiberService::ShutterClose() { call("ShutterClose"); }
+void DBusFiberService::ShutterOpenTimed(double seconds) { call("ShutterOpenTimed", {QVariant(seconds)}); }
+void DBusFiberService::ShutterCloseTimed(double seconds) { call("ShutterCloseTimed", {QVariant(seconds)}); }
+int16_t DBusFiberService::LampIsOn() { return static_cast<int16_t>(call("LampIsOn").toInt()); }
+void DBusFiberService::LampOn() { call("LampOn"); }
+void DBusFiberService::LampOff() { call("LampOff"); }
+int16_t DBusFiberService::Status(const QString& name) { return static_cast<int16_t>(call("Status", {QVariant(name)}).toInt()); }
+
+#undef N
