@@ -175,7 +175,7 @@ QString formatSignificant(double value, int digits) {
     while (allDigits.size() > 1 && allDigits.endsWith(QLatin1Char('0')))
         allDigits.chop(1);
     QString out;
-    if (exponent >= digits || exponent < -5) {
+    if (exponent >= digits || exponent < -4) {
         out = allDigits.left(1);
         if (allDigits.size() > 1)
             out += QLatin1Char('.') + allDigits.mid(1);
