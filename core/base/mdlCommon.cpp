@@ -1,0 +1,75 @@
+#include "core/base/mdlCommon.h"
+
+#include "core/base/FolderPath.h"
+#include "core/base/VbConvert.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QLocale>
+
+QStringList Common_Args() {
+    QStringList args;
+    if (QCoreApplication::instance()) {
+        args = QCoreApplication::arguments();
+        if (args.isEmpty())
+            args.append(QString());
+        args[0] = QCoreApplication::applicationFilePath();
+    } else {
+        // No application object yet: the kernel keeps the argument vector.
+        QFile cmdline(QStringLiteral("/proc/self/cmdline"));
+        if (cmdline.open(QIODevice::ReadOnly)) {
+            const QByteArray all = cmdline.readAll();
+            QList<QByteArray> parts = all.split('\0');
+            if (!parts.isEmpty() && parts.last().isEmpty())
+                parts.removeLast(); // the terminator of the last token
+            for (const QByteArray& p : parts)
+                args.append(QString::fromLocal8Bit(p));
+        }
+        if (args.isEmpty())
+            args.append(QString());
+        args[0] = QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget();
+    }
+    // Element 0 is a path and ends at its first NUL, as it always did.
+    const int nul = args[0].indexOf(QChar(0));
+    if (nul >= 0)
+        args[0].truncate(nul);
+    return args;
+}
+
+QString Common_Slash(const QString& path) {
+    if (path.endsWith(QLatin1Char('/')))
+        return path;
+    return path + QLatin1Char('/');
+}
+
+double Common_Val(const QString& text) {
+    try {
+        return vb::textToDouble(text);
+    } catch (const RunTimeError&) {
+        return 0;
+    }
+}
+
+QString Common_LogPath() {
+    return Folder_Get(kFolderAppData) + QStringLiteral("/Korvu/Shared/Data/debugZentor.txt");
+}
+
+void Common_Log(const QString& text) noexcept {
+    try {
+        const QDateTime now = QDateTime::currentDateTime();
+        const QLocale locale = QLocale::system();
+        // The default form: short date, then the time with seconds.
+        const QString stamp = locale.toString(now.date(), QLocale::ShortFormat) + QLatin1Char(' ') +
+                              now.time().toString(QStringLiteral("HH:mm:ss"));
+        const QByteArray line = (text + QLatin1Char(',') + stamp).toUtf8() + "\r\n";
+        QFile file(Common_LogPath());
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+            return;
+        file.write(line);
+        file.close();
+    } catch (...) {
+        // The trace never disturbs the operation it traces.
+    }
+}
