@@ -1,0 +1,42 @@
+#include "core/settings/SettingsPaths.h"
+
+#include "core/base/FolderPath.h"
+#include "core/base/mdlCommon.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace SettingsPaths {
+namespace {
+QString appData() { return Folder_Get(kFolderAppData); }
+} // namespace
+
+QString MainIni() { return appData() + QStringLiteral("/Korvu/MavrelTools/Zentor.ini"); }
+QString CameraIni() { return appData() + QStringLiteral("/Korvu/Shared/Data/Zentor/Camera.ini"); }
+QString SetupIni() { return appData() + QStringLiteral("/Korvu/MavrelTools/Setup.ini"); }
+QString FilterColorTxt() { return appData() + QStringLiteral("/Korvu/MavrelTools/FilterColor.txt"); }
+QString DebugTrace() { return Common_LogPath(); }
+
+bool CameraIni_Prepare(const QString& programFolder) {
+    const QString target = CameraIni();
+    if (QFileInfo::exists(target))
+        return true;
+    QString folder = programFolder;
+    if (folder.isEmpty() && QCoreApplication::instance())
+        folder = QCoreApplication::applicationDirPath();
+    const QString source = Common_Slash(folder) + QStringLiteral("Camera.ini");
+
+    const QString targetFolder = QFileInfo(target).absolutePath();
+    if (QDir(targetFolder).entryList(QDir::Files | QDir::Hidden).isEmpty())
+        QDir().mkpath(targetFolder);
+    if (!QFileInfo(source).isFile() || !QFile::copy(source, target))
+        return false;
+    // The copy is the operator's own file from now on, even when the delivered
+    // one is read-only.
+    QFile::setPermissions(target, QFile::permissions(target) | QFileDevice::WriteOwner | QFileDevice::ReadOwner);
+    return true;
+}
+
+} // namespace SettingsPaths
