@@ -26,6 +26,8 @@ struct StandObjective {
     int32_t number = 0;
     QString name, series, type;
     double rate = 0, wd = 0, na = 0;
+    // Stop values that belong to this objective (observation code "Objective").
+    double apertureStop = 0, fieldStop = 0, nd = 100;
 };
 
 struct StandFilter {
@@ -38,6 +40,7 @@ struct StandFilter {
 struct StandCondenser {
     int32_t number = 0;
     QString name;
+    int16_t kind = 0;           // module kind: 1 BF, 2 DF, 3 DIC, 4 Ph, 0 other
 };
 
 struct StandDevice {
@@ -57,10 +60,14 @@ struct StandState {             // where the devices stand at power-up
     double apertureStop = 10, fieldStop = 10, epiFieldStop = 5, nd = 100;
     int16_t lampOn = 0, lampPreset = 0;
     double lampVoltage = 6;
+    double lampPresetVoltage = 9;
     double zoom = 1;
     int16_t analyzerIn = 0, shutterOpen = 0;
     int32_t z = 0, x = 0, y = 0;
     int16_t observation = 1;
+    int16_t zSpeed = 4;         // speed code 1..9
+    int16_t xyMode = 0, nosepieceXYMode = 0, nosepieceZMode = 0;
+    int16_t nosepieceLink = 0, lightPathLink = 0, zoomLink = 0;
 };
 
 class StandDescription {
@@ -93,9 +100,11 @@ public:
     bool camera = false;
     int16_t cameraUnit = 0, cameraHead = 0;
     std::array<StandObservation, kObservations + 1> observations;   // [1..12]
-    QVector<int32_t> focusMemory;                      // per nosepiece address 1.. at [0]
+    QVector<int32_t> focusMemory;                      // per nosepiece address 1.. at [0], kNoFocus for none
     QVector<QPair<int32_t, int32_t>> stageMemory;      // per nosepiece address, X and Y
     StandState state;
+    int32_t autoFocusResult = 0;                       // result code of ZDriveAutoFocus
+    int32_t autoFocusPosition = 100000;                // where the focus search ends
 
     // Unit carrying a device (DeviceIndex); 0 when it needs none.
     int16_t unitOf(int16_t device) const;

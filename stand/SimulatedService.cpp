@@ -1,0 +1,26 @@
+#include "stand/SimulatedService.h"
+
+SimulatedService::SimulatedService(const StandClock& clock, const QStringList& descriptionFiles, QObject* parent)
+    : QObject(parent), m_clock(clock) {
+    m_descriptions << StandDescription::builtIn();
+    for (const QString& path : descriptionFiles) m_descriptions << StandDescription::load(path);
+    m_stands.fill(nullptr, m_descriptions.size());
+}
+
+SimulatedService::~SimulatedService() = default;
+
+QStringList SimulatedService::deviceNames() const {
+    QStringList names;
+    for (const StandDescription& d : m_descriptions) names << d.name;
+    return names;
+}
+
+int16_t SimulatedService::isDeviceAvailable(int index) const {
+    return index >= 0 && index < m_descriptions.size() ? 1 : 0;
+}
+
+SimulatedStand* SimulatedService::stand(int index) {
+    if (index < 0 || index >= m_descriptions.size()) return nullptr;
+    if (!m_stands[index]) m_stands[index] = new SimulatedStand(m_descriptions[index], m_clock, this);
+    return m_stands[index];
+}

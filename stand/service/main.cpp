@@ -1,0 +1,255 @@
+// zentor-service: the microscope service as a process of its own on the
+// session bus. It serves the service's simulated microscope (index 0) and the
+// stands of its configuration (1..), and the fiber illuminator under a name of
+// its own, until the bus goes away or it is stopped.
+#include "core/service/dbus/BusLayout.h"
+#include "stand/SimulatedFiber.h"
+#include "stand/SimulatedService.h"
+#include "stand/service/ServiceHost.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimer>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+void say(const QString& text)
+{
+    std::fprintf(stderr, "zentor-service: %s\n", text.toLocal8Bit().constData());
+    std::fflush(stderr);
+}
+
+int fail(const QString& text)
+{
+    say(QStringLiteral("error: ") + text);
+    return 2;
+}
+
+struct Configuration {
+    QStringList stands;
+    double speedFactor = 1.0;
+    bool microscopes = true;
+    bool fiber = true;
+    int wheelModel = 0;
+};
+
+QStringList descriptionsIn(const QString& dir)
+{
+    QStringList files;
+    const QFileInfoList entries = QDir(dir).entryInfoList({QStringLiteral("*.json")}, QDir::Files, QDir::Name);
+    for (const QFileInfo& f : entries)
+        files << f.absoluteFilePath();
+    return files;
+}
+
+// Reads a configuration file (JSON):
+//   { "stands": ["a.json", ...], "descriptionsDir": "dir", "speedFactor": 1.0,
+//     "fiber": true, "fiberWheelModel": 0 }
+// Relative paths are taken from the file's folder.
+bool readConfiguration(const QString& path, Configuration& config, QString& error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("cannot read the configuration %1: %2").arg(path, file.errorString());
+        return false;
+    }
+    QJsonParseError parse{};
+    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parse);
+    if (parse.error != QJsonParseError::NoError || !doc.isObject()) {
+        error = QStringLiteral("the configuration %1 is not a JSON object (%2 at offset %3)")
+                    .arg(path, parse.errorString()).arg(parse.offset);
+        return false;
+    }
+    const QDir base = QFileInfo(path).absoluteDir();
+    const QJsonObject o = doc.object();
+    for (auto it = o.begin(); it != o.end(); ++it) {
+        const QString key = it.key();
+        const QJsonValue v = it.value();
+        if (key == QLatin1String("stands")) {
+            if (!v.isArray()) {
+                error = QStringLiteral("%1: \"stands\" must be a list of description files").arg(path);
+                return false;
+            }
+            for (const QJsonValue& s : v.toArray()) {
+                if (!s.isString()) {
+                    error = QStringLiteral("%1: every entry of \"stands\" must be a file name").arg(path);
+                    return false;
+                }
+                config.stands << base.absoluteFilePath(s.toString());
+            }
+        } else if (key == QLatin1String("descriptionsDir")) {
+            if (!v.isString() || !QFileInfo(base.absoluteFilePath(v.toString())).isDir()) {
+                error = QStringLiteral("%1: \"descriptionsDir\" must name a folder").arg(path);
+                return false;
+            }
+            config.stands << descriptionsIn(base.absoluteFilePath(v.toString()));
+        } else if (key == QLatin1String("speedFactor")) {
+            if (!v.isDouble() || v.toDouble() < 0) {
+                error = QStringLiteral("%1: \"speedFactor\" must be a number of at least 0").arg(path);
+                return false;
+            }
+            config.speedFactor = v.toDouble();
+        } else if (key == QLatin1String("fiber")) {
+            if (!v.isBool()) {
+                error = QStringLiteral("%1: \"fiber\" must be true or false").arg(path);
+                return false;
+            }
+            config.fiber = v.toBool();
+        } else if (key == QLatin1String("fiberWheelModel")) {
+            if (!v.isDouble() || (v.toInt(-1) != 0 && v.toInt(-1) != 1)) {
+                error = QStringLiteral("%1: \"fiberWheelModel\" must be 0 or 1").arg(path);
+                return false;
+            }
+            config.wheelModel = v.toInt();
+        } else {
+            error = QStringLiteral("%1: unknown key \"%2\"").arg(path, key);
+            return false;
+        }
+    }
+    return true;
+}
+
+// The bus this process serves: the one that started it on demand, else the
+// session bus.
+QDBusConnection serviceBus()
+{
+    const QByteArray starter = qgetenv("DBUS_STARTER_ADDRESS");
+    if (!starter.isEmpty())
+        return QDBusConnection::connectToBus(QString::fromLocal8Bit(starter), QStringLiteral("zentor-starter"));
+    return QDBusConnection::sessionBus();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("zentor-service"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "The Zentor microscope service on the D-Bus session bus.\n"
+        "Serves the simulated microscope (index 0) and one microscope per stand\n"
+        "description file (index 1.. in the order given) as org.zentor.Microscope,\n"
+        "and the fiber illuminator as org.zentor.Fiber. Normally the bus starts it\n"
+        "on demand from its .service file; it runs until the bus goes away.\n"
+        "Configuration file (JSON): {\"stands\": [files], \"descriptionsDir\": dir,\n"
+        "\"speedFactor\": 1.0, \"fiber\": true, \"fiberWheelModel\": 0}; options given\n"
+        "on the command line add to it (stands) or override it."));
+    parser.addHelpOption();
+    const QCommandLineOption configOpt(QStringLiteral("config"), QStringLiteral("Read the configuration from <file>."),
+                                       QStringLiteral("file"));
+    const QCommandLineOption standOpt(QStringLiteral("stand"),
+                                      QStringLiteral("Serve the stand described by <file> (repeatable)."),
+                                      QStringLiteral("file"));
+    const QCommandLineOption dirOpt(QStringLiteral("descriptions-dir"),
+                                    QStringLiteral("Serve every *.json description in <dir>, by file name."),
+                                    QStringLiteral("dir"));
+    const QCommandLineOption speedOpt(QStringLiteral("speed"),
+                                      QStringLiteral("Speed of the simulated motors: 1 real time, 10 ten times "
+                                                     "faster, 0 every move arrives at once (default 1)."),
+                                      QStringLiteral("factor"));
+    const QCommandLineOption noFiberOpt(QStringLiteral("no-fiber"),
+                                        QStringLiteral("Leave the fiber illuminator out (no org.zentor.Fiber)."));
+    const QCommandLineOption fiberOnlyOpt(QStringLiteral("fiber-only"),
+                                          QStringLiteral("Serve only the fiber illuminator."));
+    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt});
+    parser.process(app);
+    if (!parser.positionalArguments().isEmpty())
+        return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
+
+    Configuration config;
+    QString error;
+    if (parser.isSet(configOpt) && !readConfiguration(parser.value(configOpt), config, error))
+        return fail(error);
+    if (parser.isSet(dirOpt)) {
+        const QString dir = parser.value(dirOpt);
+        if (!QFileInfo(dir).isDir())
+            return fail(QStringLiteral("the descriptions folder %1 does not exist").arg(dir));
+        config.stands << descriptionsIn(dir);
+    }
+    for (const QString& s : parser.values(standOpt))
+        config.stands << QFileInfo(s).absoluteFilePath();
+    if (parser.isSet(speedOpt)) {
+        bool ok = false;
+        const double f = parser.value(speedOpt).toDouble(&ok);
+        if (!ok || f < 0)
+            return fail(QStringLiteral("--speed needs a number of at least 0, not \"%1\"").arg(parser.value(speedOpt)));
+        config.speedFactor = f;
+    }
+    if (parser.isSet(noFiberOpt))
+        config.fiber = false;
+    if (parser.isSet(fiberOnlyOpt)) {
+        if (parser.isSet(noFiberOpt))
+            return fail(QStringLiteral("--fiber-only and --no-fiber exclude each other"));
+        config.microscopes = false;
+        config.fiber = true;
+    }
+
+    const StandClock clock = config.speedFactor == 0 ? StandClock::instant() : StandClock::realTime(config.speedFactor);
+    std::unique_ptr<SimulatedService> service;
+    try {
+        // Reads every description now, so that a bad file stops the start.
+        service = std::make_unique<SimulatedService>(clock, config.microscopes ? config.stands : QStringList());
+    } catch (const RunTimeError& e) {
+        return fail(e.description());
+    }
+
+    QDBusConnection bus = serviceBus();
+    if (!bus.isConnected())
+        return fail(QStringLiteral("no D-Bus session bus: %1").arg(bus.lastError().message()));
+
+    ServiceHost host(bus, service.get(), say);
+    if (config.microscopes) {
+        if (!host.serveMicroscopes(ZentorBus::MicroscopeService, error))
+            return fail(error + QStringLiteral(" (is another zentor-service running?)"));
+        const QStringList names = service->deviceNames();
+        say(QStringLiteral("serving %1 on %2, motors at %3 of real time%4")
+                .arg(ZentorBus::MicroscopeService, bus.baseService())
+                .arg(config.speedFactor == 0 ? QStringLiteral("instant speed") : QString::number(config.speedFactor))
+                .arg(QString()));
+        for (int i = 0; i < names.size(); ++i)
+            say(QStringLiteral("  microscope %1 \"%2\" at %3%4")
+                    .arg(i).arg(names[i], ZentorBus::devicePath(i),
+                                i == 0 ? QStringLiteral(" (simulated)")
+                                       : QStringLiteral(" (%1)").arg(config.stands.value(i - 1))));
+    }
+    std::unique_ptr<SimulatedFiber> fiber;
+    if (config.fiber) {
+        fiber = std::make_unique<SimulatedFiber>(clock, true, static_cast<int16_t>(config.wheelModel));
+        if (host.serveFiber(fiber.get(), ZentorBus::FiberService, error)) {
+            say(QStringLiteral("serving %1 at %2").arg(ZentorBus::FiberService, ZentorBus::FiberPath));
+        } else if (!config.microscopes) {
+            return fail(error);
+        } else {
+            // Another process serves the illuminator; the microscopes go on.
+            say(QStringLiteral("fiber illuminator left out: ") + error);
+            fiber.reset();
+        }
+    } else {
+        say(QStringLiteral("fiber illuminator left out (--no-fiber)"));
+    }
+
+    // Nothing tells a Qt process that its bus has gone: look now and then, and
+    // end with the bus rather than linger.
+    QTimer busWatch;
+    QObject::connect(&busWatch, &QTimer::timeout, &app, [&bus]() {
+        if (!bus.isConnected()) {
+            say(QStringLiteral("the bus has gone; stopping"));
+            QCoreApplication::exit(0);
+        }
+    });
+    busWatch.start(1000);
+
+    return app.exec();
+}

@@ -1,0 +1,80 @@
+#include "ServiceProcess.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QDeadlineTimer>
+#include <QThread>
+
+QString ServiceProcess::executable()
+{
+    return QStringLiteral(ZENTOR_SERVICE_EXE);
+}
+
+bool ServiceProcess::waitForName(const QString& name, bool owned, int timeoutMs)
+{
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    if (!bus)
+        return false;
+    QDeadlineTimer deadline(timeoutMs);
+    while (!deadline.hasExpired()) {
+        if (bus->isServiceRegistered(name).value() == owned)
+            return true;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(10);
+    }
+    return false;
+}
+
+bool ServiceProcess::start(const QStringList& arguments, const QString& waitFor)
+{
+    // The service's log goes to the test's own output.
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.setProgram(executable());
+    m_process.setArguments(arguments);
+    m_process.start();
+    if (!m_process.waitForStarted(10000)) {
+        m_error = QStringLiteral("cannot start %1: %2").arg(executable(), m_process.errorString());
+        return false;
+    }
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    QDeadlineTimer deadline(20000);
+    while (!deadline.hasExpired()) {
+        if (m_process.state() != QProcess::Running) {
+            m_error = QStringLiteral("the service ended at start with exit code %1").arg(m_process.exitCode());
+            return false;
+        }
+        if (bus && bus->isServiceRegistered(waitFor).value()) {
+            m_unique = bus->serviceOwner(waitFor).value();
+            return true;
+        }
+        m_process.waitForReadyRead(10);
+    }
+    m_error = QStringLiteral("the service did not take %1 in time").arg(waitFor);
+    return false;
+}
+
+void ServiceProcess::stop()
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.terminate();
+    if (!m_process.waitForFinished(10000)) {
+        m_process.kill();
+        m_process.waitForFinished(10000);
+    }
+    if (!m_unique.isEmpty())
+        waitForName(m_unique, false, 10000);
+}
+
+void ServiceProcess::kill()
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.kill();
+    m_process.waitForFinished(10000);
+}
+
+ServiceProcess::~ServiceProcess()
+{
+    stop();
+}

@@ -1,0 +1,434 @@
+// The service process on a private bus, seen from its clients: several
+// clients, delayed replies, errors with their codes, a dying service, the
+// fiber illuminator present or absent, introspection, and start-up checks.
+#include "ServiceProcess.h"
+#include "core/service/dbus/BusLayout.h"
+#include "core/service/dbus/DBusFiberService.h"
+#include "core/service/dbus/DBusMicroscopeService.h"
+#include "core/service/dbus/DBusStandControl.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+
+namespace {
+
+// Lets queued events in until `done` or the limit (a safety net, not a timing).
+template <typename Pred>
+bool waitUntil(Pred done, int limitMs = 20000)
+{
+    QDeadlineTimer deadline(limitMs);
+    while (!done() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    return done();
+}
+
+struct EventLog {
+    QStringList events;
+    void attach(MicroscopeService& s)
+    {
+        QObject::connect(&s, &MicroscopeService::OnPropertyChanged, [this](const QString& m) { events << m; });
+    }
+    bool has(const QString& e) const { return events.contains(e); }
+};
+
+class ServiceTest : public ::testing::Test {
+protected:
+    void startService(const QStringList& args = {QStringLiteral("--speed"), QStringLiteral("20")})
+    {
+        ASSERT_TRUE(service.start(args)) << service.error().toStdString();
+    }
+    ServiceProcess service;
+};
+
+// The far end of the X travel from where the stage stands.
+int32_t farX(MicroscopeService& s)
+{
+    const double lo = s.LowerLimit(LimitIndex::XYDriveX), hi = s.UpperLimit(LimitIndex::XYDriveX);
+    const int32_t x = s.XYDriveXPosition();
+    return (x - lo) < (hi - x) ? static_cast<int32_t>(hi) : static_cast<int32_t>(lo);
+}
+
+} // namespace
+
+TEST_F(ServiceTest, TwoClientsSeeEachOthersChanges)
+{
+    startService();
+    DBusMicroscopeService a, b;
+    a.Connect(0);
+    b.Connect(0);
+    EventLog seenByA, seenByB;
+    seenByA.attach(a);
+    seenByB.attach(b);
+
+    const int16_t target = a.NosepiecePosition() == 2 ? 3 : 2;
+    a.setNosepiecePosition(target);
+    const QString moved = QStringLiteral("AppNosepiecePosition:%1").arg(target);
+    EXPECT_TRUE(waitUntil([&] { return seenByB.has(moved); })) << seenByB.events.join(' ').toStdString();
+    EXPECT_TRUE(seenByA.has(moved));
+    EXPECT_EQ(b.NosepiecePosition(), target);
+
+    const int16_t open = b.EpiShutterIsOpened() ? 0 : 1;
+    if (open)
+        b.EpiShutterOpen();
+    else
+        b.EpiShutterClose();
+    const QString shutter = QStringLiteral("AppEpiShutterIsOpened:%1").arg(open);
+    EXPECT_TRUE(waitUntil([&] { return seenByA.has(shutter); })) << seenByA.events.join(' ').toStdString();
+    EXPECT_EQ(a.EpiShutterIsOpened(), open);
+}
+
+TEST_F(ServiceTest, PositionEventsArriveDuringABlockingMove)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    DBusMicroscopeService s;
+    s.Connect(0);
+    const int32_t from = s.XYDriveXPosition();
+    const int32_t to = farX(s);
+    ASSERT_NE(from, to);
+
+    bool moving = false;
+    int streamedWhileMoving = 0;
+    bool timerRanWhileMoving = false;
+    QObject::connect(&s, &MicroscopeService::OnPropertyChanged, [&](const QString& m) {
+        if (!moving || !m.startsWith(QLatin1String("AppXYDriveXPosition:")))
+            return;
+        const int32_t x = m.section(QLatin1Char(':'), 1).toInt();
+        if (x != from && x != to)
+            ++streamedWhileMoving;
+    });
+    QTimer::singleShot(0, [&] { timerRanWhileMoving = moving; });
+    moving = true;
+    s.setXYDriveXPosition(to);
+    moving = false;
+    EXPECT_GT(streamedWhileMoving, 0);
+    EXPECT_TRUE(timerRanWhileMoving);
+    EXPECT_EQ(s.XYDriveXPosition(), to);
+}
+
+TEST_F(ServiceTest, AMoveOfOneClientDoesNotHoldUpAnothersReads)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    DBusMicroscopeService mover;
+    mover.Connect(0);
+    const int32_t to = farX(mover);
+
+    std::atomic<bool> moving{false}, finished{false}, readerFailed{false};
+    std::atomic<int> readsDuringMove{0};
+    QThread* reader = QThread::create([&] {
+        // A client of its own, on a bus connection of its own.
+        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("reader"));
+        {
+            DBusMicroscopeService other(bus, ZentorBus::MicroscopeService);
+            try {
+                other.Connect(0);
+                while (!finished) {
+                    other.NosepiecePosition();
+                    other.XYDriveXPosition();
+                    if (moving)
+                        ++readsDuringMove;
+                }
+            } catch (const RunTimeError&) {
+                readerFailed = true;
+            }
+        }
+        QDBusConnection::disconnectFromBus(QStringLiteral("reader"));
+    });
+    reader->start();
+    moving = true;
+    mover.setXYDriveXPosition(to);
+    moving = false;
+    finished = true;
+    reader->wait();
+    delete reader;
+    EXPECT_FALSE(readerFailed);
+    EXPECT_GE(readsDuringMove.load(), 3);
+    EXPECT_EQ(mover.XYDriveXPosition(), to);
+}
+
+TEST_F(ServiceTest, ServiceKilledDuringAMoveGivesTheCallerAnError)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    DBusMicroscopeService s;
+    s.Connect(0);
+    ASSERT_EQ(s.DeviceStatus(UnitIndex::Q7s), 1);
+    const int32_t to = farX(s);
+    // Killed as soon as the stage has started to move.
+    QObject::connect(&s, &MicroscopeService::OnPropertyChanged, [&](const QString& m) {
+        if (m.startsWith(QLatin1String("AppXYDriveXPosition:")))
+            service.kill();
+    });
+    try {
+        s.setXYDriveXPosition(to);
+        FAIL() << "the move of a killed service returned normally";
+    } catch (const RunTimeError& e) {
+        EXPECT_EQ(e.number(), RunTimeError::ServiceGone) << e.description().toStdString();
+    }
+    // The liveness check of the application notices: the status read fails.
+    EXPECT_THROW(s.DeviceStatus(UnitIndex::Q7s), RunTimeError);
+    // A new service under the same name does not revive the old client.
+    ServiceProcess successor;
+    ASSERT_TRUE(successor.start({QStringLiteral("--speed"), QStringLiteral("0")})) << successor.error().toStdString();
+    EXPECT_THROW(s.DeviceStatus(UnitIndex::Q7s), RunTimeError);
+    DBusMicroscopeService fresh;
+    fresh.Connect(0);
+    EXPECT_EQ(fresh.DeviceStatus(UnitIndex::Q7s), 1);
+}
+
+TEST_F(ServiceTest, AClientThatDisappearsMidCallLeavesTheServiceServingOthers)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    DBusMicroscopeService s;
+    s.Connect(0);
+    const int32_t to = farX(s);
+    EventLog log;
+    log.attach(s);
+
+    // Another client starts the move and vanishes while it waits for it.
+    QProcess quitter;
+    quitter.start(QStringLiteral("dbus-send"),
+                  {QStringLiteral("--session"), QStringLiteral("--print-reply"),
+                   QStringLiteral("--dest=org.zentor.Microscope"), ZentorBus::devicePath(0),
+                   QStringLiteral("org.zentor.Microscope.Device.setXYDriveXPosition"),
+                   QStringLiteral("int32:%1").arg(to)});
+    ASSERT_TRUE(quitter.waitForStarted());
+    ASSERT_TRUE(waitUntil([&] {
+        return log.events.filter(QStringLiteral("AppXYDriveXPosition:")).size() > 0;
+    })) << "the move never started";
+    quitter.kill();
+    quitter.waitForFinished();
+
+    // The service answers the others and finishes the move.
+    EXPECT_EQ(s.DeviceStatus(UnitIndex::Q7s), 1);
+    const QString arrived = QStringLiteral("AppXYDriveXPosition:%1").arg(to);
+    EXPECT_TRUE(waitUntil([&] { return log.has(arrived); }));
+    EXPECT_EQ(s.XYDriveXPosition(), to);
+}
+
+TEST_F(ServiceTest, ErrorsReachTheClientWithTheirCode)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("20")});
+    DBusMicroscopeService s;
+    s.Connect(0);
+    DBusStandControl control(QDBusConnection::sessionBus(), ZentorBus::MicroscopeService, 0);
+    control.stallDevice(DeviceIndex::Nosepiece);
+    const int16_t target = s.NosepiecePosition() == 2 ? 3 : 2;
+    try {
+        s.setNosepiecePosition(target);
+        FAIL() << "a stalled move succeeded";
+    } catch (const RunTimeError& e) {
+        EXPECT_EQ(e.hexTail(), QStringLiteral("4B7"));
+        EXPECT_EQ(e.number(), RunTimeError::ServiceTimeOut);
+    }
+    try {
+        s.setNosepiecePosition(99);
+        FAIL() << "a nosepiece position of 99 was taken";
+    } catch (const RunTimeError& e) {
+        EXPECT_NE(e.number(), 0);
+        EXPECT_TRUE(e.number() == RunTimeError::ServiceLimitation ||
+                    e.number() == RunTimeError::ServiceInvalidArgument)
+            << e.hexNumber().toStdString();
+    }
+    // Not connected: the client refuses before the bus is asked.
+    DBusMicroscopeService closed;
+    EXPECT_THROW(closed.NosepiecePosition(), RunTimeError);
+    // An index that is not in the list.
+    try {
+        closed.Connect(99);
+        FAIL() << "index 99 connected";
+    } catch (const RunTimeError& e) {
+        EXPECT_EQ(e.number(), RunTimeError::ServiceInvalidArgument);
+    }
+    EXPECT_EQ(closed.IsDeviceAvailable(99), 0);
+    EXPECT_EQ(closed.IsDeviceAvailable(-1), 0);
+}
+
+TEST_F(ServiceTest, WrongArgumentsAndUnknownMembersAnswerDBusErrors)
+{
+    startService();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    auto call = [&](const QString& path, const QString& iface, const QString& member, const QVariantList& args) {
+        QDBusMessage m = QDBusMessage::createMethodCall(ZentorBus::MicroscopeService, path, iface, member);
+        m.setArguments(args);
+        return bus.call(m);
+    };
+    const QString dev = ZentorBus::devicePath(0);
+    // 32-bit where 16-bit is declared.
+    QDBusMessage r = call(dev, ZentorBus::DeviceInterface, QStringLiteral("setNosepiecePosition"), {QVariant(2)});
+    EXPECT_EQ(r.type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(r.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    r = call(dev, ZentorBus::DeviceInterface, QStringLiteral("XYDriveMove"), {QVariant(1)});
+    EXPECT_EQ(r.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    r = call(dev, ZentorBus::DeviceInterface, QStringLiteral("NoSuchMember"), {});
+    EXPECT_EQ(r.type(), QDBusMessage::ErrorMessage);
+    r = call(ZentorBus::devicePath(42), ZentorBus::DeviceInterface, QStringLiteral("NosepiecePosition"), {});
+    EXPECT_EQ(r.type(), QDBusMessage::ErrorMessage);
+    r = call(ZentorBus::ManagerPath, ZentorBus::ManagerInterface, QStringLiteral("Connect"),
+             {QVariant::fromValue<short>(42)});
+    EXPECT_EQ(r.errorName(), ZentorBus::errorName(RunTimeError::ServiceInvalidArgument));
+    EXPECT_TRUE(r.errorMessage().startsWith(QStringLiteral("80070057")));
+    // The service is still there and well.
+    r = call(dev, ZentorBus::DeviceInterface, QStringLiteral("DeviceStatus"), {QVariant::fromValue<short>(1)});
+    ASSERT_EQ(r.type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(r.arguments().value(0).toInt(), 1);
+}
+
+TEST_F(ServiceTest, IntrospectionShowsEveryMethodAndTheEvent)
+{
+    startService();
+    auto introspect = [](const QString& path) {
+        QDBusMessage m = QDBusMessage::createMethodCall(ZentorBus::MicroscopeService, path,
+                                                        QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                                        QStringLiteral("Introspect"));
+        return QDBusConnection::sessionBus().call(m).arguments().value(0).toString();
+    };
+    const QString device = introspect(ZentorBus::devicePath(0));
+    for (const auto& m : ZentorBus::deviceMethods())
+        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\">").arg(m.name))) << m.name.toStdString();
+    for (const auto& m : ZentorBus::controlMethods())
+        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\">").arg(m.name))) << m.name.toStdString();
+    EXPECT_TRUE(device.contains(QStringLiteral("<signal name=\"OnPropertyChanged\">")));
+    EXPECT_TRUE(device.contains(QStringLiteral("<interface name=\"org.zentor.StandControl\">")));
+    EXPECT_TRUE(device.contains(QStringLiteral("type=\"(iiiiiiiiiii)\"")));
+    const QString manager = introspect(ZentorBus::ManagerPath);
+    EXPECT_TRUE(manager.contains(QStringLiteral("<method name=\"GetDeviceNames\">")));
+    EXPECT_TRUE(manager.contains(QStringLiteral("<node name=\"0\"")));
+}
+
+TEST_F(ServiceTest, TablesAndObservationPositionsTravelWithTheirTypes)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("0")});
+    DBusMicroscopeService s;
+    s.Connect(0);
+    const QStringList names = s.ObjectiveNames();
+    EXPECT_FALSE(names.isEmpty());
+    EXPECT_EQ(s.ObjectiveNumbers().size(), names.size());
+    EXPECT_EQ(s.ObjectiveRates().size(), names.size());
+    EXPECT_EQ(s.FilterNumbers().size(), s.FilterNames().size());
+    ObservationPositions p = s.ObservationPosition(7);
+    p.objective = p.objective == 2 ? 3 : 2;
+    s.setObservationPosition(7, p);
+    EXPECT_EQ(s.ObservationPosition(7), p);
+    s.setObservationName(7, QStringLiteral("Mine"));
+    EXPECT_EQ(s.ObservationName(7), QStringLiteral("Mine"));
+}
+
+TEST_F(ServiceTest, FiberIlluminatorIsServedUnderItsOwnName)
+{
+    startService();
+    DBusFiberService fiber;
+    QStringList events;
+    QObject::connect(&fiber, &FiberService::OnPropertyChanged, [&](const QString& m) { events << m; });
+    fiber.Connect(1000);
+    EXPECT_EQ(fiber.ConnectionStatus(), 1);
+    EXPECT_NE(fiber.Port(), -1);
+    const int16_t target = fiber.NDPosition() == 3 ? 4 : 3;
+    fiber.setNDPosition(target);
+    EXPECT_EQ(fiber.NDPosition(), target);
+    EXPECT_TRUE(waitUntil([&] { return events.contains(QStringLiteral("ND_Position:%1").arg(target)); }))
+        << events.join(' ').toStdString();
+}
+
+TEST_F(ServiceTest, FiberServiceAbsentFailsItsCallsAndLeavesTheMicroscope)
+{
+    startService({QStringLiteral("--no-fiber"), QStringLiteral("--speed"), QStringLiteral("0")});
+    DBusFiberService fiber;
+    EXPECT_THROW(fiber.Connect(1000), RunTimeError);
+    EXPECT_THROW(fiber.ConnectionStatus(), RunTimeError);
+    DBusMicroscopeService s;
+    s.Connect(0);
+    EXPECT_EQ(s.DeviceStatus(UnitIndex::Q7s), 1);
+}
+
+// --- start-up --------------------------------------------------------------------------
+
+namespace {
+struct Run {
+    int exitCode = -1;
+    QString err;
+};
+Run runService(const QStringList& args)
+{
+    QProcess p;
+    p.start(ServiceProcess::executable(), args);
+    p.waitForFinished(20000);
+    if (p.state() != QProcess::NotRunning) {
+        p.kill();
+        p.waitForFinished();
+        return {};
+    }
+    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+            QString::fromLocal8Bit(p.readAllStandardError() + p.readAllStandardOutput())};
+}
+} // namespace
+
+TEST(ServiceStart, HelpTellsTheOptions)
+{
+    const Run r = runService({QStringLiteral("--help")});
+    EXPECT_EQ(r.exitCode, 0);
+    for (const char* opt : {"--stand", "--config", "--speed", "--no-fiber", "--descriptions-dir"})
+        EXPECT_TRUE(r.err.contains(QLatin1String(opt))) << opt;
+}
+
+TEST(ServiceStart, AnUnreadableDescriptionStopsTheStartWithAClearMessage)
+{
+    QTemporaryDir dir;
+    const QString bad = dir.filePath(QStringLiteral("broken-stand.json"));
+    QFile f(bad);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("{ \"name\": ");
+    f.close();
+    Run r = runService({QStringLiteral("--stand"), bad});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("broken-stand.json"))) << r.err.toStdString();
+
+    r = runService({QStringLiteral("--stand"), dir.filePath(QStringLiteral("missing.json"))});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("missing.json"))) << r.err.toStdString();
+
+    const QString config = dir.filePath(QStringLiteral("service.json"));
+    QFile c(config);
+    ASSERT_TRUE(c.open(QIODevice::WriteOnly));
+    c.write("{ \"speedFactor\": \"fast\" }");
+    c.close();
+    r = runService({QStringLiteral("--config"), config});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("speedFactor"))) << r.err.toStdString();
+
+    r = runService({QStringLiteral("--speed"), QStringLiteral("-3")});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("--speed"))) << r.err.toStdString();
+}
+
+TEST(ServiceStart, ASecondServiceOnTheSameBusRefusesToStart)
+{
+    ServiceProcess first;
+    ASSERT_TRUE(first.start({QStringLiteral("--speed"), QStringLiteral("0")})) << first.error().toStdString();
+    const Run r = runService({QStringLiteral("--speed"), QStringLiteral("0")});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("org.zentor.Microscope"))) << r.err.toStdString();
+}
+
+TEST(ServiceStart, ItLogsWhatItServes)
+{
+    QProcess p;
+    p.start(ServiceProcess::executable(), {QStringLiteral("--speed"), QStringLiteral("0")});
+    ASSERT_TRUE(ServiceProcess::waitForName(ZentorBus::FiberService, true));
+    p.terminate();
+    p.waitForFinished(10000);
+    const QString err = QString::fromLocal8Bit(p.readAllStandardError());
+    EXPECT_TRUE(err.contains(QStringLiteral("serving org.zentor.Microscope"))) << err.toStdString();
+    EXPECT_TRUE(err.contains(QStringLiteral("microscope 0"))) << err.toStdString();
+    EXPECT_TRUE(err.contains(QStringLiteral("serving org.zentor.Fiber"))) << err.toStdString();
+    ServiceProcess::waitForName(ZentorBus::MicroscopeService, false);
+}

@@ -1,0 +1,11 @@
+// Tests of the service process need an application object: the D-Bus client
+// blocks in a nested event loop of it.
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
