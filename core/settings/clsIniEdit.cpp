@@ -44,7 +44,7 @@ struct Line {
     bool hasValue = false;
     qsizetype begin = 0, end = 0, next = 0;
     bool blank = true;
-    bool terminated() const { return next > end; }
+    bool terminated = false; // ends in LF (a CR alone at the end of the file does not end a line)
 };
 
 QString unquote(const QString& v) {
@@ -73,6 +73,7 @@ std::vector<Line> scan(const QByteArray& data) {
         } else {
             line.next = nl + 1;
             line.end = nl;
+            line.terminated = true;
         }
         if (line.end > line.begin && data[line.end - 1] == '\r')
             --line.end;
@@ -223,7 +224,7 @@ int32_t clsIniEdit::Ini_Write(const QString& SectionName, const QString& KeyName
                     last = i;
             const Line& l = lines[last];
             QByteArray insert;
-            if (!l.terminated())
+            if (!l.terminated)
                 insert += "\r\n";
             insert += (key + QLatin1Char('=') + WriteData).toUtf8() + "\r\n";
             data.insert(l.next, insert);

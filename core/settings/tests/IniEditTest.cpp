@@ -123,6 +123,18 @@ TEST_F(Ini, AFileWithoutAFinalLineEndGetsOneBeforeNewLines) {
     EXPECT_EQ(bytes(), QByteArray("[A]\r\nx=1\r\n[B]\r\ny=2\r\n"));
 }
 
+TEST_F(Ini, ACarriageReturnAloneAtTheEndDoesNotEndTheLastLine) {
+    given("[A]\r");
+    EXPECT_EQ(ini.Ini_Write(QStringLiteral("A"), QStringLiteral("k"), QStringLiteral("1")), 1);
+    EXPECT_EQ(bytes(), QByteArray("[A]\r\r\nk=1\r\n"));
+    EXPECT_EQ(ini.Ini_ReadInt(QStringLiteral("A"), QStringLiteral("k"), -1), 1);
+    given("[A]\r\nx=1\r");
+    EXPECT_EQ(ini.Ini_Write(QStringLiteral("A"), QStringLiteral("k"), QStringLiteral("2")), 1);
+    EXPECT_EQ(bytes(), QByteArray("[A]\r\nx=1\r\r\nk=2\r\n"));
+    EXPECT_EQ(ini.Ini_ReadInt(QStringLiteral("A"), QStringLiteral("x"), -1), 1);
+    EXPECT_EQ(ini.Ini_ReadInt(QStringLiteral("A"), QStringLiteral("k"), -1), 2);
+}
+
 TEST_F(Ini, RewritingAValueChangesOnlyItsLineAndKeepsEverythingElse) {
     const QByteArray before =
         "; delivered settings\r\n"
