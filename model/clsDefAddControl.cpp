@@ -11,7 +11,7 @@ bool clsDefAddControl::ADDRESS_Check(const QString& text) const {
 }
 
 int16_t clsDefAddControl::ADDRESS_Turn() const {
-    // 16-bit arithmetic: one past 32767 is an overflow, as on the stand's panel.
+    // Addresses are 16-bit: one past 32767 overflows.
     const int16_t next = vb::toInt16(static_cast<double>(m_Address) + 1);
     if (next > m_MAX)
         return vb::toInt16(static_cast<double>(m_MIN) + 1);

@@ -1,6 +1,6 @@
 #pragma once
 // The record of one objective at one nosepiece address: the texts the
-// operator reads, the optical figures, and a coded description (series and
+// operator reads, the optical figures, and a coded definition (series and
 // two type codes) with its tables and compact operation string.
 #include <QString>
 #include <cstdint>
@@ -29,7 +29,7 @@ public:
     float NA() const { return m_NA; }
     void setNA(float p_sngNA) { m_NA = p_sngNA; }
 
-    // Limits of the coded description. Type2Min is 1 although the table has a
+    // Limits of the coded definition. Type2Min is 1 although the table has a
     // row 0.
     static int16_t SeriesMin() { return 0; }
     static int16_t SeriesMax() { return 21; }
