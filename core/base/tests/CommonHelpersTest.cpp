@@ -44,3 +44,11 @@ TEST(CommonVal, AFailedConversionGivesZero) {
     EXPECT_DOUBLE_EQ(Common_Val(QStringLiteral("1e999")), 0);
     EXPECT_DOUBLE_EQ(Common_Val(QStringLiteral("&HZZ")), 0);
 }
+
+// Run on its own, without arguments (see CMakeLists).
+TEST(CommonArgsAlone, AnEmptyCommandTailGivesElementZeroOnly) {
+    const QStringList args = Common_Args();
+    ASSERT_EQ(args.size(), 1);
+    EXPECT_EQ(QFileInfo(args[0]).canonicalFilePath(),
+              QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath());
+}
