@@ -10,6 +10,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -214,10 +215,10 @@ int main(int argc, char* argv[])
         if (!host.serveMicroscopes(ZentorBus::MicroscopeService, error))
             return fail(error + QStringLiteral(" (is another zentor-service running?)"));
         const QStringList names = service->deviceNames();
-        say(QStringLiteral("serving %1 on %2, motors at %3 of real time%4")
-                .arg(ZentorBus::MicroscopeService, bus.baseService())
-                .arg(config.speedFactor == 0 ? QStringLiteral("instant speed") : QString::number(config.speedFactor))
-                .arg(QString()));
+        say(QStringLiteral("serving %1 on %2, motors %3")
+                .arg(ZentorBus::MicroscopeService, bus.baseService(),
+                     config.speedFactor == 0 ? QStringLiteral("arriving at once")
+                                             : QStringLiteral("at %1 x real time").arg(config.speedFactor)));
         for (int i = 0; i < names.size(); ++i)
             say(QStringLiteral("  microscope %1 \"%2\" at %3%4")
                     .arg(i).arg(names[i], ZentorBus::devicePath(i),

@@ -90,7 +90,7 @@ TEST_F(ServiceTest, TwoClientsSeeEachOthersChanges)
 
 TEST_F(ServiceTest, PositionEventsArriveDuringABlockingMove)
 {
-    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    startService({QStringLiteral("--speed"), QStringLiteral("4")});
     DBusMicroscopeService s;
     s.Connect(0);
     const int32_t from = s.XYDriveXPosition();
@@ -118,7 +118,7 @@ TEST_F(ServiceTest, PositionEventsArriveDuringABlockingMove)
 
 TEST_F(ServiceTest, AMoveOfOneClientDoesNotHoldUpAnothersReads)
 {
-    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    startService({QStringLiteral("--speed"), QStringLiteral("4")});
     DBusMicroscopeService mover;
     mover.Connect(0);
     const int32_t to = farX(mover);
@@ -158,7 +158,7 @@ TEST_F(ServiceTest, AMoveOfOneClientDoesNotHoldUpAnothersReads)
 
 TEST_F(ServiceTest, ServiceKilledDuringAMoveGivesTheCallerAnError)
 {
-    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    startService({QStringLiteral("--speed"), QStringLiteral("4")});
     DBusMicroscopeService s;
     s.Connect(0);
     ASSERT_EQ(s.DeviceStatus(UnitIndex::Q7s), 1);
@@ -187,7 +187,7 @@ TEST_F(ServiceTest, ServiceKilledDuringAMoveGivesTheCallerAnError)
 
 TEST_F(ServiceTest, AClientThatDisappearsMidCallLeavesTheServiceServingOthers)
 {
-    startService({QStringLiteral("--speed"), QStringLiteral("1")});
+    startService({QStringLiteral("--speed"), QStringLiteral("4")});
     DBusMicroscopeService s;
     s.Connect(0);
     const int32_t to = farX(s);
@@ -353,11 +353,11 @@ TEST_F(ServiceTest, FiberServiceAbsentFailsItsCallsAndLeavesTheMicroscope)
 // --- start-up --------------------------------------------------------------------------
 
 namespace {
-struct Run {
+struct ServiceRun {
     int exitCode = -1;
     QString err;
 };
-Run runService(const QStringList& args)
+ServiceRun runService(const QStringList& args)
 {
     QProcess p;
     p.start(ServiceProcess::executable(), args);
@@ -374,7 +374,7 @@ Run runService(const QStringList& args)
 
 TEST(ServiceStart, HelpTellsTheOptions)
 {
-    const Run r = runService({QStringLiteral("--help")});
+    const ServiceRun r = runService({QStringLiteral("--help")});
     EXPECT_EQ(r.exitCode, 0);
     for (const char* opt : {"--stand", "--config", "--speed", "--no-fiber", "--descriptions-dir"})
         EXPECT_TRUE(r.err.contains(QLatin1String(opt))) << opt;
@@ -388,7 +388,7 @@ TEST(ServiceStart, AnUnreadableDescriptionStopsTheStartWithAClearMessage)
     ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     f.write("{ \"name\": ");
     f.close();
-    Run r = runService({QStringLiteral("--stand"), bad});
+    ServiceRun r = runService({QStringLiteral("--stand"), bad});
     EXPECT_NE(r.exitCode, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("broken-stand.json"))) << r.err.toStdString();
 
@@ -414,7 +414,7 @@ TEST(ServiceStart, ASecondServiceOnTheSameBusRefusesToStart)
 {
     ServiceProcess first;
     ASSERT_TRUE(first.start({QStringLiteral("--speed"), QStringLiteral("0")})) << first.error().toStdString();
-    const Run r = runService({QStringLiteral("--speed"), QStringLiteral("0")});
+    const ServiceRun r = runService({QStringLiteral("--speed"), QStringLiteral("0")});
     EXPECT_NE(r.exitCode, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("org.zentor.Microscope"))) << r.err.toStdString();
 }
