@@ -1,0 +1,6 @@
+#include "core/MainState.h"
+
+MainState& mainState() {
+    static MainState state;
+    return state;
+}
