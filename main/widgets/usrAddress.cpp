@@ -32,7 +32,7 @@ void usrAddress::setAddress(int16_t address)
 void usrAddress::setMode(int16_t mode)
 {
     m_mode = mode;
-    m_pressed = 0;
+    m_pressed = kNone;
     update();
 }
 
@@ -102,14 +102,14 @@ QRect usrAddress::rowRect(int16_t number) const
     return QRect(0, top, width(), h);
 }
 
-int16_t usrAddress::positionAt(const QPoint& pos) const
+int usrAddress::positionAt(const QPoint& pos) const
 {
     if (RowCount() <= 0 || !rect().contains(pos))
-        return 0;
+        return kNone;
     const int i = pos.y() / rowHeight();
     if (i >= RowCount())
-        return 0;
-    return int16_t(int(m_first) + i);
+        return kNone;
+    return int(m_first) + i;
 }
 
 QSize usrAddress::sizeHint() const
@@ -142,7 +142,7 @@ void usrAddress::mousePressEvent(QMouseEvent* e)
 
 void usrAddress::mouseMoveEvent(QMouseEvent* e)
 {
-    const int16_t hot = positionAt(e->position().toPoint());
+    const int hot = positionAt(e->position().toPoint());
     if (hot != m_hot) {
         m_hot = hot;
         update();
@@ -153,16 +153,16 @@ void usrAddress::mouseReleaseEvent(QMouseEvent* e)
 {
     if (e->button() != Qt::LeftButton)
         return;
-    const int16_t pressed = m_pressed;
-    m_pressed = 0;
+    const int pressed = m_pressed;
+    m_pressed = kNone;
     update();
-    if (pressed != 0 && live() && positionAt(e->position().toPoint()) == pressed)
-        pick(pressed);
+    if (pressed != kNone && live() && positionAt(e->position().toPoint()) == pressed)
+        pick(int16_t(pressed));
 }
 
 void usrAddress::leaveEvent(QEvent* e)
 {
-    m_hot = 0;
+    m_hot = kNone;
     update();
     QWidget::leaveEvent(e);
 }
@@ -209,7 +209,7 @@ void usrAddress::keyPressEvent(QKeyEvent* e)
 void usrAddress::changeEvent(QEvent* e)
 {
     if (e->type() == QEvent::EnabledChange && !isEnabled())
-        m_pressed = 0;
+        m_pressed = kNone;
     QWidget::changeEvent(e);
     update();
 }

@@ -78,7 +78,9 @@ private:
     void setCaption(int n, const QString& t);
     bool live() const { return isEnabled() && m_mode == 1; }
     int rowHeight() const;
-    int16_t positionAt(const QPoint& pos) const;
+    // The position under a point, kNone when there is none.
+    static constexpr int kNone = -100000;
+    int positionAt(const QPoint& pos) const;
     void pick(int16_t number);
 
     int16_t m_address = 0;
@@ -89,7 +91,7 @@ private:
     QString m_caption[7];
     QMap<int16_t, QString> m_labels;
 
-    int16_t m_pressed = 0;  // position under the press, 0 for none
-    int16_t m_hot = 0;      // position under the pointer
+    int m_pressed = kNone;  // position under the press
+    int m_hot = kNone;      // position under the pointer
     int16_t m_cursor = 0;   // keyboard cursor
 };
