@@ -164,7 +164,16 @@ int main(int argc, char* argv[])
                                         QStringLiteral("Leave the fiber illuminator out (no org.zentor.Fiber)."));
     const QCommandLineOption fiberOnlyOpt(QStringLiteral("fiber-only"),
                                           QStringLiteral("Serve only the fiber illuminator."));
-    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt});
+    const QCommandLineOption nameOpt(QStringLiteral("bus-name"),
+                                     QStringLiteral("Serve the microscopes under <name> instead of %1 "
+                                                    "(several services on one bus, for tests).")
+                                         .arg(ZentorBus::MicroscopeService),
+                                     QStringLiteral("name"));
+    const QCommandLineOption fiberNameOpt(QStringLiteral("fiber-bus-name"),
+                                          QStringLiteral("Serve the fiber illuminator under <name> instead of %1.")
+                                              .arg(ZentorBus::FiberService),
+                                          QStringLiteral("name"));
+    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -206,17 +215,19 @@ int main(int argc, char* argv[])
         return fail(e.description());
     }
 
+    const QString microscopeName = parser.isSet(nameOpt) ? parser.value(nameOpt) : ZentorBus::MicroscopeService;
+    const QString fiberName = parser.isSet(fiberNameOpt) ? parser.value(fiberNameOpt) : ZentorBus::FiberService;
     QDBusConnection bus = serviceBus();
     if (!bus.isConnected())
         return fail(QStringLiteral("no D-Bus session bus: %1").arg(bus.lastError().message()));
 
     ServiceHost host(bus, service.get(), say);
     if (config.microscopes) {
-        if (!host.serveMicroscopes(ZentorBus::MicroscopeService, error))
+        if (!host.serveMicroscopes(microscopeName, error))
             return fail(error + QStringLiteral(" (is another zentor-service running?)"));
         const QStringList names = service->deviceNames();
         say(QStringLiteral("serving %1 on %2, motors %3")
-                .arg(ZentorBus::MicroscopeService, bus.baseService(),
+                .arg(microscopeName, bus.baseService(),
                      config.speedFactor == 0 ? QStringLiteral("arriving at once")
                                              : QStringLiteral("at %1 x real time").arg(config.speedFactor)));
         for (int i = 0; i < names.size(); ++i)
@@ -228,8 +239,8 @@ int main(int argc, char* argv[])
     std::unique_ptr<SimulatedFiber> fiber;
     if (config.fiber) {
         fiber = std::make_unique<SimulatedFiber>(clock, true, static_cast<int16_t>(config.wheelModel));
-        if (host.serveFiber(fiber.get(), ZentorBus::FiberService, error)) {
-            say(QStringLiteral("serving %1 at %2").arg(ZentorBus::FiberService, ZentorBus::FiberPath));
+        if (host.serveFiber(fiber.get(), fiberName, error)) {
+            say(QStringLiteral("serving %1 at %2").arg(fiberName, ZentorBus::FiberPath));
         } else if (!config.microscopes) {
             return fail(error);
         } else {

@@ -17,15 +17,22 @@ class DBusRig : public ConformanceRig {
 public:
     DBusRig(const QStringList& descriptions, double speedFactor)
     {
-        QStringList args{QStringLiteral("--speed"), QString::number(speedFactor)};
+        // A case may hold two rigs at once: each process serves names of its own.
+        static int serial = 0;
+        ++serial;
+        const QString microscopeName = QStringLiteral("%1.Rig%2").arg(ZentorBus::MicroscopeService).arg(serial);
+        const QString fiberName = QStringLiteral("%1.Rig%2").arg(ZentorBus::FiberService).arg(serial);
+        QStringList args{QStringLiteral("--speed"), QString::number(speedFactor),
+                         QStringLiteral("--bus-name"), microscopeName,
+                         QStringLiteral("--fiber-bus-name"), fiberName};
         for (const QString& d : descriptions)
             args << QStringLiteral("--stand") << d;
-        if (!m_process.start(args))
+        if (!m_process.start(args, microscopeName))
             throw std::runtime_error(m_process.error().toStdString());
         const QDBusConnection bus = QDBusConnection::sessionBus();
-        m_service = std::make_unique<DBusMicroscopeService>(bus, ZentorBus::MicroscopeService);
+        m_service = std::make_unique<DBusMicroscopeService>(bus, microscopeName);
         m_control = std::make_unique<DBusStandControl>(bus, m_process.uniqueName(), 1);
-        m_fiber = std::make_unique<DBusFiberService>(bus, ZentorBus::FiberService);
+        m_fiber = std::make_unique<DBusFiberService>(bus, fiberName);
     }
     ~DBusRig() override
     {

@@ -43,7 +43,9 @@ bool ServiceProcess::start(const QStringList& arguments, const QString& waitFor)
             m_error = QStringLiteral("the service ended at start with exit code %1").arg(m_process.exitCode());
             return false;
         }
-        if (bus && bus->isServiceRegistered(waitFor).value()) {
+        // Owned by this process, not by one that was there before.
+        if (bus && bus->isServiceRegistered(waitFor).value() &&
+            bus->servicePid(waitFor).value() == static_cast<uint>(m_process.processId())) {
             m_unique = bus->serviceOwner(waitFor).value();
             return true;
         }
