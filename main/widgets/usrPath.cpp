@@ -7,6 +7,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <algorithm>
+
 using namespace zentor;
 
 usrPath::usrPath(QWidget* parent) : QWidget(parent)
@@ -48,8 +50,10 @@ QRect usrPath::outletRect(int16_t index) const
         return QRect();
     const int gap = 6;
     const int w = (width() - gap * (kPaths + 1)) / kPaths;
-    const int h = std::max(24, height() * 11 / 20);
-    return QRect(gap + (index - 1) * (w + gap), 2, w, h);
+    const int h = std::clamp(height() * 11 / 20, 24, 56);
+    // The drawing keeps its proportions in a tall widget: centred vertically.
+    const int top = std::max(2, (height() - h * 20 / 11) / 2 + 2);
+    return QRect(gap + (index - 1) * (w + gap), top, w, h);
 }
 
 int16_t usrPath::outletAt(const QPoint& pos) const
@@ -135,7 +139,8 @@ void usrPath::paintEvent(QPaintEvent*)
 
     // The beam splitter below the outlets.
     const QRect o1 = outletRect(1);
-    const double prismY = o1.bottom() + (height() - o1.bottom()) * 0.55;
+    const int h0 = o1.height() * 9 / 11;
+    const double prismY = o1.bottom() + std::min(height() - o1.bottom(), h0) * 0.55;
     const QPointF prism(width() / 2.0, prismY);
     p.setPen(QPen(look::edgeLight(), 1));
     p.setBrush(look::faceDown());
@@ -145,7 +150,7 @@ void usrPath::paintEvent(QPaintEvent*)
     // Incoming beam from below.
     p.setPen(QPen(m_pathIndex >= 1 && m_pathIndex <= kPaths ? beam : look::textDim(), 3, Qt::SolidLine,
                   Qt::RoundCap));
-    p.drawLine(QPointF(prism.x(), height() - 1.0), prism);
+    p.drawLine(QPointF(prism.x(), std::min<double>(height() - 1.0, o1.bottom() + h0)), prism);
 
     for (int16_t i = 1; i <= kPaths; ++i) {
         const QRect r = outletRect(i);

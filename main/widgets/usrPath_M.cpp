@@ -72,6 +72,19 @@ void body(QPainter& p, const QRectF& r, double radius = 3)
     p.drawRoundedRect(r, radius, radius);
 }
 
+// A small caption beside a part of the drawing.
+void tag(QPainter& p, const QPointF& centre, const QString& text, bool lit)
+{
+    p.save();
+    QFont f = p.font();
+    f.setPointSizeF(6.0);
+    f.setBold(true);
+    p.setFont(f);
+    p.setPen(lit ? look::accent() : look::textDim());
+    p.drawText(QRectF(centre.x() - 20, centre.y() - 6, 40, 12), Qt::AlignCenter, text);
+    p.restore();
+}
+
 } // namespace
 
 usrPath_M::usrPath_M(QWidget* parent) : QWidget(parent)
@@ -149,7 +162,7 @@ QTransform usrPath_M::toWidget() const
 QRectF usrPath_M::outletDesignRect(int16_t index) const
 {
     switch (index) {
-    case 1: return QRectF(214, 2, 44, 24);    // eyepieces, up and to the operator
+    case 1: return QRectF(234, 0, 34, 18);    // eyepieces, up and to the operator
     case 2: return QRectF(228, 32, 38, 20);   // front port
     case 3: return QRectF(kAxis - 17, 0, 34, 16);  // rear (top) port
     default: return QRectF();
@@ -235,14 +248,15 @@ void usrPath_M::paintEvent(QPaintEvent*)
         body(p, QRectF(32, 46, 112, 18), 3);            // arm
         body(p, QRectF(kAxis - 13, 154, 26, 12), 2);    // condenser
     } else {
-        // Epi illuminator on a plain focus column.
-        body(p, QRectF(32, 96, 26, 104), 3);
-        body(p, QRectF(20, 196, 120, 8), 2);
+        // Epi illuminator on a plain focus column and foot.
+        body(p, QRectF(20, 192, 180, 10), 3);
+        body(p, QRectF(38, 46, 26, 148), 3);
+        body(p, QRectF(38, 46, 106, 18), 3);
     }
     body(p, QRectF(116, 18, 108, 28), 4);               // observation head
     // Eyepiece tubes toward the operator.
     p.save();
-    p.translate(214, 26);
+    p.translate(208, 24);
     p.rotate(-28);
     body(p, QRectF(0, -6, 30, 12), 2);
     p.restore();
@@ -278,6 +292,7 @@ void usrPath_M::paintEvent(QPaintEvent*)
         p.setPen(QPen(m_lampState != 0 ? look::accent() : QColor(0x80, 0x85, 0x8c), 1.3));
         p.setBrush(m_lampState != 0 ? QColor(0xff, 0xee, 0xa0) : QColor(0x30, 0x32, 0x36));
         p.drawEllipse(bulb, 6, 6);
+        tag(p, QPointF(37, 207), QStringLiteral("DIA"), m_lampState != 0);
     }
 
     // --- Epi illuminator ------------------------------------------------------
@@ -287,16 +302,22 @@ void usrPath_M::paintEvent(QPaintEvent*)
         p.setPen(QPen(look::accent().darker(120), 1.2));
         p.setBrush(QColor(0xd8, 0xe4, 0xff));
         p.drawEllipse(QPointF(19, 92), 5, 5);
+        tag(p, QPointF(19, 72), QStringLiteral("EPI"), m_shutterOpen);
         const double shutterX = 96;
-        beam(p, QPointF(26, 92), QPointF(shutterX - 3, 92), epiLight(), hasEpi);
-        beam(p, QPointF(shutterX + 3, 92), QPointF(kAxis, 92), exC, epiLit);
+        beam(p, QPointF(26, 92), QPointF(shutterX - 4, 92), epiLight(), hasEpi);
+        beam(p, QPointF(shutterX + 4, 92), QPointF(kAxis, 92), exC, epiLit);
         beam(p, QPointF(kAxis, 92), QPointF(kAxis, 134), exC, epiLit);
-        // Shutter: a blade across the beam when closed, swung up when open.
-        p.setPen(QPen(m_shutterOpen ? look::mark() : look::warn(), 2.6, Qt::SolidLine, Qt::RoundCap));
+        // Shutter: a housing on the beam; its blade across the beam when
+        // closed (red), drawn back up into the housing when open.
+        p.setPen(QPen(QColor(0x90, 0x96, 0x9e), 1));
+        p.setBrush(QColor(0x2a, 0x2c, 0x30));
+        p.drawRect(QRectF(shutterX - 4, 74, 8, 28));
+        p.setPen(Qt::NoPen);
+        p.setBrush(m_shutterOpen ? look::mark() : look::warn());
         if (m_shutterOpen)
-            p.drawLine(QPointF(shutterX - 6, 83), QPointF(shutterX + 4, 81));
+            p.drawRect(QRectF(shutterX - 2.5, 75.5, 5, 9));
         else
-            p.drawLine(QPointF(shutterX, 84), QPointF(shutterX, 100));
+            p.drawRect(QRectF(shutterX - 2.5, 86, 5, 14));
         // Excitation filter.
         p.setPen(QPen(QColor(0x90, 0x96, 0x9e), 1));
         p.setBrush(m_hasEx ? exC : QColor(0x70, 0x74, 0x7a));
