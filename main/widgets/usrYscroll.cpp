@@ -124,7 +124,6 @@ void usrYscroll::mousePressEvent(QMouseEvent* e)
     m_held = partAt(pos);
     m_inside = true;
     m_atPress = m_position;
-    m_atPress2 = m_limitMin;
     switch (m_held) {
     case Part::Thumb:
         m_grabOffset = pos.y() - yOfValue(m_position);

@@ -81,5 +81,4 @@ private:
     bool m_inside = false;
     double m_grabOffset = 0;
     double m_atPress = 0;
-    double m_atPress2 = 0;
 };

@@ -154,7 +154,7 @@ int main(int argc, char** argv)
     auto* add = new usrAddress;
     add->setFirst(1);
     add->setLast(6);
-    const char* objectives[] = {"PLN  4X", "UPLFLN  10X", "UPLFLN  20X", "UPLSAPO  40X", "UPLSAPO  60XO", ""};
+    const char* objectives[] = {"Plan  4x", "Fluor  10x", "Fluor  20x", "Apo  40x", "Apo  60x Oil", ""};
     for (int16_t i = 1; i <= 6; ++i)
         add->SetLabel(QStringLiteral("%1 :%2").arg(i).arg(QString::fromLatin1(objectives[i - 1])), i);
     add->setAddress(3);

@@ -137,8 +137,8 @@ TEST_F(Address, LabelsComeFromSetLabelElseTheFixedCaptionElseTheNumber)
 {
     a.setCaption1(QStringLiteral("B"));
     a.setCaption7(QStringLiteral("G"));
-    a.SetLabel(QStringLiteral("1 :PLN  4X"), 1);
-    EXPECT_EQ(a.Label(1), QStringLiteral("1 :PLN  4X"));
+    a.SetLabel(QStringLiteral("1 :Plan  4x"), 1);
+    EXPECT_EQ(a.Label(1), QStringLiteral("1 :Plan  4x"));
     EXPECT_EQ(a.Caption1(), QStringLiteral("B"));
     EXPECT_EQ(a.Label(7), QStringLiteral("G"));
     EXPECT_EQ(a.Label(3), QStringLiteral("3"));

@@ -82,7 +82,7 @@ TEST(Render, EveryWidgetDrawsToAPngFile)
     a.setFirst(1);
     a.setLast(6);
     a.setAddress(3);
-    a.SetLabel(QStringLiteral("3 :UPLFLN  20X"), 3);
+    a.SetLabel(QStringLiteral("3 :Fluor  20x"), 3);
     a.resize(200, 150);
     EXPECT_GT(render(a, QStringLiteral("usrAddress")), 5);
 
