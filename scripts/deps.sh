@@ -7,8 +7,9 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libsdl2-dev
-  dbus dbus-bin dbus-daemon python3 python3-dbus
-  xvfb xauth x11-apps imagemagick
+  dbus dbus-bin dbus-daemon python3 python3-dbus python3-gi
+  systemd libglib2.0-bin
+  xvfb xauth x11-apps x11-utils imagemagick
 )
 missing=()
 for p in "${packages[@]}"; do
