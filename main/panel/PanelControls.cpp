@@ -1,0 +1,200 @@
+#include "main/panel/PanelControls.h"
+
+#include "main/widgets/Units.h"
+#include "main/widgets/WidgetLook.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+
+using zentor::colorFromBgr;
+using zentor::pixelsToTwips;
+using zentor::twipsToPixels;
+
+namespace twips {
+int left(const QWidget* w) { return pixelsToTwips(w->x()); }
+int top(const QWidget* w) { return pixelsToTwips(w->y()); }
+int width(const QWidget* w) { return pixelsToTwips(w->width()); }
+int height(const QWidget* w) { return pixelsToTwips(w->height()); }
+void setLeft(QWidget* w, int v) { w->move(twipsToPixels(v), w->y()); }
+void setTop(QWidget* w, int v) { w->move(w->x(), twipsToPixels(v)); }
+void setWidth(QWidget* w, int v) { w->resize(std::max(0, twipsToPixels(v)), w->height()); }
+void setHeight(QWidget* w, int v) { w->resize(w->width(), std::max(0, twipsToPixels(v))); }
+void place(QWidget* w, int l, int t, int wd, int ht)
+{
+    w->setGeometry(twipsToPixels(l), twipsToPixels(t), std::max(0, twipsToPixels(wd)),
+                   std::max(0, twipsToPixels(ht)));
+}
+} // namespace twips
+
+namespace {
+QPointF toTwips(const QPointF& p)
+{
+    return QPointF(zentor::pixelsToTwipsF(p.x()), zentor::pixelsToTwipsF(p.y()));
+}
+} // namespace
+
+// ---- PanelLabel ---------------------------------------------------------------
+
+PanelLabel::PanelLabel(const QString& caption, QWidget* parent) : QLabel(caption, parent)
+{
+    setMouseTracking(true);
+    applyColours();
+}
+
+void PanelLabel::setBackColor(int32_t bgr)
+{
+    m_back = bgr;
+    m_transparent = false;
+    applyColours();
+}
+
+void PanelLabel::setForeColor(int32_t bgr)
+{
+    m_fore = bgr;
+    applyColours();
+}
+
+void PanelLabel::setTransparent(bool transparent)
+{
+    m_transparent = transparent;
+    applyColours();
+}
+
+void PanelLabel::applyColours()
+{
+    QPalette pal = palette();
+    pal.setColor(QPalette::Window, colorFromBgr(m_back));
+    pal.setColor(QPalette::WindowText, colorFromBgr(m_fore));
+    // A greyed entry keeps its face but dims its text.
+    pal.setColor(QPalette::Disabled, QPalette::WindowText, zentor::look::textDim());
+    pal.setColor(QPalette::Disabled, QPalette::Window, colorFromBgr(m_back));
+    setPalette(pal);
+    setAutoFillBackground(!m_transparent);
+    update();
+}
+
+void PanelLabel::changeEvent(QEvent* e)
+{
+    QLabel::changeEvent(e);
+    if (e->type() == QEvent::EnabledChange)
+        m_pressed = false;
+}
+
+void PanelLabel::mousePressEvent(QMouseEvent* e)
+{
+    if (e->button() == Qt::LeftButton)
+        m_pressed = true;
+    QLabel::mousePressEvent(e);
+}
+
+void PanelLabel::mouseReleaseEvent(QMouseEvent* e)
+{
+    const bool wasPressed = m_pressed;
+    m_pressed = false;
+    QLabel::mouseReleaseEvent(e);
+    if (wasPressed && e->button() == Qt::LeftButton && rect().contains(e->position().toPoint()) &&
+        isEnabled())
+        emit Click();
+}
+
+void PanelLabel::mouseMoveEvent(QMouseEvent* e)
+{
+    QLabel::mouseMoveEvent(e);
+    const QPointF t = toTwips(e->position());
+    emit MouseMove(zentor::mouseButtonsCode(e->buttons()), zentor::shiftCode(e->modifiers()),
+                   float(t.x()), float(t.y()));
+}
+
+// ---- PanelFrame ---------------------------------------------------------------
+
+PanelFrame::PanelFrame(QWidget* parent, const QString& title) : QFrame(parent), m_title(title)
+{
+    setMouseTracking(true);
+    setAutoFillBackground(true);
+    setBackColor(m_back);
+}
+
+void PanelFrame::setCaption(const QString& title)
+{
+    m_title = title;
+    update();
+}
+
+void PanelFrame::setBackColor(int32_t bgr)
+{
+    m_back = bgr;
+    QPalette pal = palette();
+    pal.setColor(QPalette::Window, colorFromBgr(bgr));
+    setPalette(pal);
+    update();
+}
+
+void PanelFrame::setBorderColor(int32_t bgr)
+{
+    m_border = bgr;
+    update();
+}
+
+void PanelFrame::paintEvent(QPaintEvent* e)
+{
+    QFrame::paintEvent(e);
+    if (m_border < 0 && m_title.isEmpty())
+        return;
+    QPainter p(this);
+    p.setRenderHint(QPainter::Antialiasing, true);
+    const QColor edge = m_border < 0 ? zentor::look::textDim() : colorFromBgr(m_border);
+    QFont f = font();
+    f.setBold(true);
+    f.setPointSizeF(std::max(6.5, f.pointSizeF() - 1.0));
+    p.setFont(f);
+    const QFontMetrics fm(f);
+    const int titleH = m_title.isEmpty() ? 0 : fm.height();
+    if (m_border >= 0) {
+        QPen pen(edge);
+        pen.setWidthF(1.0);
+        p.setPen(pen);
+        const QRectF r = QRectF(rect()).adjusted(0.5, titleH / 2.0 + 0.5, -0.5, -0.5);
+        p.drawRoundedRect(r, 3, 3);
+    }
+    if (!m_title.isEmpty()) {
+        const int tw = fm.horizontalAdvance(m_title) + 8;
+        const QRect tr(6, 0, tw, titleH);
+        p.fillRect(tr, colorFromBgr(m_back));
+        p.setPen(isEnabled() ? edge : zentor::look::textDim());
+        p.drawText(tr, Qt::AlignCenter, m_title);
+    }
+}
+
+void PanelFrame::mousePressEvent(QMouseEvent* e)
+{
+    const QPointF t = toTwips(e->position());
+    emit MouseDown(zentor::mouseButtonCode(e->button()), zentor::shiftCode(e->modifiers()),
+                   float(t.x()), float(t.y()));
+}
+
+void PanelFrame::mouseMoveEvent(QMouseEvent* e)
+{
+    const QPointF t = toTwips(e->position());
+    emit MouseMove(zentor::mouseButtonsCode(e->buttons()), zentor::shiftCode(e->modifiers()),
+                   float(t.x()), float(t.y()));
+}
+
+void PanelFrame::mouseReleaseEvent(QMouseEvent* e)
+{
+    const QPointF t = toTwips(e->position());
+    emit MouseUp(zentor::mouseButtonCode(e->button()), zentor::shiftCode(e->modifiers()),
+                 float(t.x()), float(t.y()));
+}
+
+// ---- PanelCheck ---------------------------------------------------------------
+
+PanelCheck::PanelCheck(const QString& caption, QWidget* parent) : QCheckBox(caption, parent)
+{
+    connect(this, &QCheckBox::clicked, this, [this] { emit Click(); });
+}
+
+void PanelCheck::setValue(int16_t v)
+{
+    const QSignalBlocker block(this);
+    setChecked(v != 0);
+}
