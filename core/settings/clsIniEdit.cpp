@@ -85,9 +85,9 @@ std::vector<Line> scan(const QByteArray& data) {
             line.kind = Line::Other;
         } else if (text.startsWith(QLatin1Char(';'))) {
             line.kind = Line::Comment;
-        } else if (text.startsWith(QLatin1Char('[')) && text.indexOf(QLatin1Char(']')) > 0) {
+        } else if (text.startsWith(QLatin1Char('[')) && text.lastIndexOf(QLatin1Char(']')) > 0) {
             line.kind = Line::Section;
-            line.name = trimBlanks(text.mid(1, text.indexOf(QLatin1Char(']')) - 1));
+            line.name = trimBlanks(text.mid(1, text.lastIndexOf(QLatin1Char(']')) - 1));
         } else {
             line.kind = Line::Key;
             const int eq = text.indexOf(QLatin1Char('='));

@@ -455,3 +455,14 @@ TEST_F(Ini, KeysBeforeAnySectionBelongToNone) {
     EXPECT_EQ(ini.Ini_ReadStr(QStringLiteral("S"), QStringLiteral("loose"), QStringLiteral("d")), QStringLiteral("d"));
     EXPECT_EQ(sections(), QStringList{QStringLiteral("S")});
 }
+
+// A window caption such as "Zentor  [ Simulated Microscope ]" is a section
+// name: the name runs to the last "]" of its line, so that it is found again.
+TEST_F(Ini, SectionNameWithBracketsRunsToTheLastBracket) {
+    const QString section = QStringLiteral("Zentor  [ Simulated Microscope ]");
+    EXPECT_EQ(ini.Ini_Write(section, QStringLiteral("Show"), QStringLiteral("True")), 1);
+    EXPECT_EQ(ini.Ini_Write(section, QStringLiteral("Top"), QStringLiteral("15")), 1);
+    EXPECT_EQ(bytes(), QByteArray("[Zentor  [ Simulated Microscope ]]\r\nShow=True\r\nTop=15\r\n"));
+    EXPECT_EQ(ini.Ini_ReadStr(section, QStringLiteral("Show"), QString()), QStringLiteral("True"));
+    EXPECT_EQ(sections(), QStringList{section});
+}
