@@ -1,0 +1,106 @@
+#pragma once
+// The main window: start-up and shutdown of the panel, the choice and opening
+// of the microscope, the inventory of its units and devices (Init), the
+// property-change dispatch that keeps the panel current, the status read, and
+// the liveness check when the window is activated again. The controls are
+// those of the embedded MainPanel; the device state lives in mainState().
+#include "core/ServiceFactory.h"
+#include "core/clsMutex.h"
+#include "main/panel/MainPanel.h"
+
+#include <QHash>
+#include <QStringList>
+#include <QWidget>
+#include <cstdint>
+#include <memory>
+
+class SelScopeDlg;
+
+class frmMain : public QWidget {
+    Q_OBJECT
+public:
+    // `args` is the command line, element 0 the program (Common_Args()).
+    explicit frmMain(const QStringList& args, QWidget* parent = nullptr);
+    ~frmMain() override;
+
+    // The one main window, while it exists.
+    static frmMain* instance();
+
+    MainPanel* ui = nullptr;
+
+    // ---- start-up ------------------------------------------------------------
+    void Form_Initialize();
+    void Form_Load();
+    void Form_Activate();
+    // Runs Form_Unload once; the window then closes.
+    void Form_Unload();
+
+    void lstMic_Click();
+    void btnOpen_Click();
+    void btnClose_Click();
+    void btnStatus_Read();
+    void CheckServer();
+    void Init();
+    // The observation start-up after Init: link settings, control limits,
+    // custom values, stored stage offsets, and the present device values.
+    void ObservationStartup();
+    void micEvent_OnPropertyChanged(const QString& bstrMessage);
+
+    // ---- state of the window ---------------------------------------------------
+    bool FirstActivate = true;
+    bool OpenInProgress = false;
+    bool IsServer = false;
+    bool HubEpi = false;
+    bool HubObserve = false;
+    int16_t SelectedMic = -1;
+    int16_t RequestedMic = -1;
+    int16_t CompactRequest = -1;
+    int16_t OpenMode = 1;
+    int32_t ObservationIndex = 0;
+    // The camera head found by Init, for the focus panel: name and whether it
+    // can auto focus.
+    QString CameraHeadName;
+    bool CameraAutoFocus = false;
+    // Strip colours of the filter cube's excitation and barrier light.
+    int32_t ExLeftColor = 0, ExRightColor = 0, BaLeftColor = 0, BaRightColor = 0;
+
+    ServiceObjects services;
+    MicroscopeService* micEvent = nullptr;
+    MicroscopeService* MicHold() const { return services.MicHold.get(); }
+    clsMutex mMutex;
+    SelScopeDlg* selScope() const { return m_selScope; }
+    bool unloaded() const { return m_unloaded; }
+
+    void ExColor_Set();
+    void BaColor_Set();
+
+protected:
+    bool event(QEvent* e) override;
+    void showEvent(QShowEvent* e) override;
+    void closeEvent(QCloseEvent* e) override;
+
+private:
+    void dispatch(const QString& name, const QString& value, int16_t& Step);
+    void showObjective(int16_t a);
+    void showFilter(int16_t a);
+    void markObservation();
+    void readLimits(int16_t limitIndex, double& upper, double& lower, double& step);
+    void setFrames(PanelFrame* const frames[2], bool visible);
+    void observeEntries(bool enabled, int from = 1, int to = 6);
+    void customNames(bool userDefaults);
+    void showPresentValues();
+    void applicationActivated(bool active);
+    void writeLinkSettings();
+    void readLinkSettings();
+    int16_t currentItemData() const;
+
+    QStringList m_args;
+    SelScopeDlg* m_selScope = nullptr;
+    QHash<QString, int> m_names;   // property name -> its order in the dispatch
+    bool m_subclassed = false;     // the activation check is installed
+    bool m_appActive = false;
+    bool m_inCheck = false;
+    bool m_unloaded = false;
+    bool m_activatePending = false;
+    bool m_limitsRead = false;     // the control limits of this run were read
+};
