@@ -311,7 +311,7 @@ void MainPanel::buildLargePanel()
     usrMainPath = new usrPath_M(picMain);
     twips::place(usrMainPath, kRightCol, 440, kRightW, 3200);
 
-    const QFont statusFont = sized(font(), 12.5, true);
+    const QFont statusFont = sized(font(), 12, true);
     auto device = [&](PanelFrame** frm, const QString& title, int left, int top, int w, int h,
                       usrButton** btn, const QString& btnCaption, PanelLabel** status) {
         auto* fr = new PanelFrame(picMain, title);
@@ -426,7 +426,7 @@ void MainPanel::buildLargePanel()
     frmShutter[0]->setBackColor(kShutterOnStand);
     twips::place(frmShutter[0], kShutterLeft, kShutterTop, kShutterW, kShutterH);
     btnShutter = new usrButton(frmShutter[0]);
-    btnShutter->setCaption(QStringLiteral("Shutter"));
+    btnShutter->setCaption(QStringLiteral("Shut"));
     twips::place(btnShutter, 30, 30, kShutterW - 60, kShutterH - 60);
     ShutterCmd[0] = new PanelLabel(QString(), picMain);
     ShutterCmd[0]->setForeColor(kStatusText);
@@ -762,7 +762,7 @@ void MainPanel::frmMenu_MouseMove(int16_t Button, float X, float Y)
 {
     if (MenuDragging && (Button & 1)) {
         int h = int(Y) - kSectionTop;
-        if (Y < kSplitMin)
+        if (Y < kSplitBelow)
             h = kSplitMin;
         MenuSplit = std::max(kSplitMin, h);
         layoutMenu();
@@ -1085,16 +1085,24 @@ void MainPanel::Form_Resize()
         if (frmSub->Width() + SubMargin + M >= W)
             setW(M + SubWidth);
     } else {
-        if (M + kScrollReserve < W && W < kWindowWidth) {
-            hShown = true;
-            if (W - M + 100 >= PanelWidth) {
-                setW(M + PanelWidth);
-                hShown = W < M + PanelWidth;
+        // A window made narrower than the menu gets the room of a scroll bar;
+        // the rule then runs once more for the width it has now.
+        for (int pass = 0; pass < 2; ++pass) {
+            hShown = false;
+            if (M + kScrollReserve < W && W < kWindowWidth) {
+                hShown = true;
+                if (W - M + 100 >= PanelWidth) {
+                    setW(M + PanelWidth);
+                    hShown = W < M + PanelWidth;
+                }
+                break;
             }
-        } else if (M + kScrollReserve >= W) {
-            setW(M + kNarrowWindow);
-        } else {
+            if (M + kScrollReserve >= W) {
+                setW(M + kNarrowWindow);
+                continue;
+            }
             setW(M + PanelWidth);
+            break;
         }
     }
 

@@ -160,7 +160,7 @@ void PanelFrame::paintEvent(QPaintEvent* e)
         const int tw = fm.horizontalAdvance(m_title) + 8;
         const QRect tr(6, 0, tw, titleH);
         p.fillRect(tr, colorFromBgr(m_back));
-        p.setPen(isEnabled() ? edge : zentor::look::textDim());
+        p.setPen(isEnabled() ? edge.lighter(150) : zentor::look::textDim());
         p.drawText(tr, Qt::AlignCenter, m_title);
     }
 }

@@ -23,7 +23,8 @@ constexpr int kSectionTop = 1960;
 constexpr int kSectionLeft = 50;
 constexpr int kSectionInset = 100;
 constexpr int kSplitGrip = 90;
-constexpr int kSplitMin = 500;
+constexpr int kSplitBelow = 500;  // a drag above this Y keeps the smallest height
+constexpr int kSplitMin = 510;    // smallest height of the open section (34 pixels)
 constexpr int kRow = 340;        // one entry row inside a section
 constexpr int kRowTop = 330;     // first row below the section title
 constexpr int kDownSize = 260;   // the close arrow of a section
@@ -77,8 +78,8 @@ constexpr int kShutterW = 780;
 constexpr int kShutterH = 420;
 
 // Compact panel: one row per device.
-constexpr int kSubWidth = 4300;
-constexpr int kSubMargin = 100;
+constexpr int kSubWidth = 4290;
+constexpr int kSubMargin = 105;
 constexpr int kSubTop = 420;
 constexpr int kSubRow = 340;
 constexpr int kSubRowH = 320;
