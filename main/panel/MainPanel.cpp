@@ -1082,8 +1082,10 @@ void MainPanel::Form_Resize()
 
     bool hShown = false;
     if (PanelMode == 2) {
-        if (frmSub->Width() + SubMargin + M >= W)
-            setW(M + SubWidth);
+        // The compact frame is designed with its margin; a window that
+        // cannot hold both gets exactly that width.
+        if (M + frmSub->Width() + SubMargin > W)
+            setW(M + SubWidth + SubMargin);
     } else {
         // A window made narrower than the menu gets the room of a scroll bar;
         // the rule then runs once more for the width it has now.
