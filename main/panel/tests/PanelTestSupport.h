@@ -53,8 +53,13 @@ protected:
     {
         panel.reset();
         MainState& st = mainState();
-        if (mic && st.MicConnected)
-            mic->Disconnect();
+        if (mic && st.MicConnected) {
+            try {
+                mic->Disconnect();
+            } catch (const RunTimeError&) {
+                // a test may have closed it already
+            }
+        }
         resetMainState();
         mic.reset();
     }
