@@ -500,11 +500,14 @@ void MainPanel::buildCompactPanel()
     btnAna[1]->setLatching(false);
     line(frmND, QStringLiteral("ND Filter"), btnND, QStringLiteral("ND"), NDcmd);
     line(frmStage, QStringLiteral("XY Stage"), btnXY, QStringLiteral("XY"), Xcmd);
-    twips::place(Xcmd[1], 2100, 0, 1000, kSubRowH);
+    // Both axes share the stage's line, a size smaller.
+    const QFont axisFont = sized(font(), 8.5, true);
+    Xcmd[1]->setFont(axisFont);
+    twips::place(Xcmd[1], 2100, 0, 1080, kSubRowH);
     Ycmd[1] = new PanelLabel(QString(), frmStage[1]);
     Ycmd[1]->setForeColor(kStatusText);
-    Ycmd[1]->setFont(valueFont);
-    twips::place(Ycmd[1], 3120, 0, kSubWidth - 120 - 3140, kSubRowH);
+    Ycmd[1]->setFont(axisFont);
+    twips::place(Ycmd[1], 3200, 0, kSubWidth - 120 - 3220, kSubRowH);
     line(frmFiber, QStringLiteral("Fiber"), btnFiber, QStringLiteral("Fiber"), FiberTxt);
 
     ObjSubCmd[1] = ObjCmd[1];
@@ -523,8 +526,12 @@ void MainPanel::buildSelector()
     downFilter = drop(frmFilter[0]);
     downObj = drop(frmObj[0]);
     downCon = drop(frmCondenser[0]);
-    for (PanelLabel* l : {FilterCmd[0], ObjCmd[0], CONcmd[0]})
+    // Objective, cube and condenser names run long: a size smaller keeps
+    // them whole beside their arrows.
+    for (PanelLabel* l : {FilterCmd[0], ObjCmd[0], CONcmd[0]}) {
         l->resize(l->width() - twipsToPixels(400), l->height());
+        l->setFont(sized(font(), 10.5, true));
+    }
 
     picSelect2 = new PanelFrame(picMain);
     picSelect2->setBackColor(0x100806);

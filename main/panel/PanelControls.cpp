@@ -190,6 +190,13 @@ void PanelFrame::mouseReleaseEvent(QMouseEvent* e)
 
 PanelCheck::PanelCheck(const QString& caption, QWidget* parent) : QCheckBox(caption, parent)
 {
+    // A light box on the dark panel, so that the operator sees the link state.
+    QPalette pal = palette();
+    pal.setColor(QPalette::Base, colorFromBgr(0x8D675C));
+    pal.setColor(QPalette::Text, colorFromBgr(0xFFD0C0));
+    pal.setColor(QPalette::WindowText, colorFromBgr(0xFFD0C0));
+    pal.setColor(QPalette::Disabled, QPalette::Base, colorFromBgr(0x3A2420));
+    setPalette(pal);
     connect(this, &QCheckBox::clicked, this, [this] { emit Click(); });
 }
 

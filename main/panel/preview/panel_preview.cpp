@@ -41,6 +41,11 @@ void fill(MainPanel& p)
     p.usrMainPath->ShowShutterOpen();
     p.usrMainPath->setExColor(0xFF8000);
     p.usrMainPath->setBaColor(0x00C000);
+    // The zoom mark where the dispatch puts it for 1.5 x.
+    const int left = int((1.5 - 0.8) * 10 * 135) + p.ZoomScaleLeft - MainPanel::kZoomHalfWidth;
+    p.imgClick->setLeft(left);
+    p.img1->setLeft(left);
+    p.PathLink->setValue(1);
     p.SetObserveSelected(4);
     p.ObservationShown = 4;
     p.btnObserve_MouseMove(2);
