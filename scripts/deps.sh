@@ -9,7 +9,7 @@ packages=(
   libsdl2-dev
   dbus dbus-bin dbus-daemon python3 python3-dbus python3-gi
   systemd libglib2.0-bin
-  xvfb xauth x11-apps x11-utils imagemagick
+  xvfb xauth x11-apps x11-utils imagemagick fonts-dejavu-core
 )
 missing=()
 for p in "${packages[@]}"; do
