@@ -1,6 +1,12 @@
 #pragma once
 // The inside of a SimulatedStand: device state, motors, the member table that
 // invoke() dispatches through, the raw command interpreter and fault injection.
+// The members live in one file per concern: StandEngine.cpp (table, dispatch,
+// guards, motion, faults), StandInventory.cpp (units, limits, versions, logs,
+// camera, tables), StandOptics.cpp (turrets, words, stops, ND, lamp, zoom,
+// analyzer, shutter), StandMotion.cpp (focus drive and stage),
+// StandObservations.cpp (observation methods, custom values) and
+// StandCommands.cpp (raw commands).
 #include "stand/SimulatedStand.h"
 #include "stand/StandControl.h"
 #include "stand/StandDescription.h"
