@@ -19,9 +19,12 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QTimer>
+#include <QEventLoop>
 
 #include <algorithm>
 #include <cstdio>
+#include <sys/resource.h>
 #include <memory>
 #include <unistd.h>
 #include <vector>
@@ -61,35 +64,56 @@ private:
     QDBusConnection m_bus;
 };
 
-// A client process of its own: counts the events of microscope 0 until it has
-// `expected` or none came for a second, then prints "<count> <seconds>"
-// (seconds from its subscription being in place to its last event).
+// User and system time of this process so far, all threads.
+double cpuSeconds()
+{
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return static_cast<double>(u.ru_utime.tv_sec + u.ru_stime.tv_sec) +
+           static_cast<double>(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+}
+
+// A client process of its own, as a panel is: the application's own client
+// class connected to microscope 0, counting OnPropertyChanged in a plain event
+// loop (a loop that polls would spin and take the CPU the others need). Counts
+// until it has `expected` or none came for a second, then prints "<count>
+// <seconds> <cpu>": seconds from its subscription being in place to its last
+// event, and the CPU seconds it spent meanwhile.
 int listen(const QString& service, long expected)
 {
+    DBusMicroscopeService client(QDBusConnection::sessionBus(), service);
+    client.Connect(0);
+    client.NosepiecePosition();   // a round trip: the match rule is in place before "ready"
     QElapsedTimer clock;
-    Counter counter(QStringLiteral("listener"), service);
-    counter.clock = &clock;
-    // A round trip, so that the match rule is in place before "ready".
-    QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("listener"))
-        .call(QDBusMessage::createMethodCall(service, ZentorBus::ManagerPath, ZentorBus::ManagerInterface,
-                                             QStringLiteral("Ping")));
+    long count = 0;
+    qint64 lastNs = 0;
+    QEventLoop loop;
+    QObject::connect(&client, &MicroscopeService::OnPropertyChanged, &loop, [&](const QString&) {
+        ++count;
+        lastNs = clock.nsecsElapsed();
+        if (count >= expected)
+            loop.quit();
+    });
+    QTimer idle;
+    idle.setInterval(100);
+    long seen = 0;
+    qint64 seenAt = 0;
+    QObject::connect(&idle, &QTimer::timeout, &loop, [&] {
+        const qint64 now = clock.nsecsElapsed();
+        if (count != seen) {
+            seen = count;
+            seenAt = now;
+        } else if ((count > 0 && now - seenAt > 1000000000LL) || now > 120000000000LL) {
+            loop.quit();
+        }
+    });
     std::printf("ready\n");
     std::fflush(stdout);
+    const double cpuAtStart = cpuSeconds();
     clock.start();
-    qint64 lastSeen = 0;
-    long lastCount = 0;
-    while (counter.count < expected) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 100);
-        if (counter.count != lastCount) {
-            lastCount = counter.count;
-            lastSeen = clock.nsecsElapsed();
-        } else if (counter.count > 0 && clock.nsecsElapsed() - lastSeen > 1000000000LL) {
-            break;
-        } else if (clock.nsecsElapsed() > 120000000000LL) {
-            break;
-        }
-    }
-    std::printf("%ld %.6f\n", counter.count, static_cast<double>(counter.lastNs) / 1e9);
+    idle.start();
+    loop.exec();
+    std::printf("%ld %.6f %.6f\n", count, static_cast<double>(lastNs) / 1e9, cpuSeconds() - cpuAtStart);
     return 0;
 }
 
@@ -122,22 +146,27 @@ Throughput flood(int clients, int events, const QString& service)
     clock.start();
     QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(msg, 600000);
     // Until every client has all events, or none has had one for a second.
+    // Checked from a timer in a plain event loop, which sleeps between events.
     qint64 lastProgress = clock.nsecsElapsed();
     long lastTotal = -1;
-    for (;;) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    QEventLoop loop;
+    QTimer check;
+    check.setInterval(20);
+    QObject::connect(&check, &QTimer::timeout, &loop, [&] {
         long total = 0;
         for (auto& c : counters)
             total += c->count;
-        if (total == static_cast<long>(events) * clients && pending.isFinished())
-            break;
-        if (total != lastTotal) {
+        if (total == static_cast<long>(events) * clients && pending.isFinished()) {
+            loop.quit();
+        } else if (total != lastTotal) {
             lastTotal = total;
             lastProgress = clock.nsecsElapsed();
         } else if (clock.nsecsElapsed() - lastProgress > 1000000000LL && pending.isFinished()) {
-            break;
+            loop.quit();
         }
-    }
+    });
+    check.start();
+    loop.exec();
     Throughput t;
     t.perClientRate = 1e18;
     for (auto& c : counters) {

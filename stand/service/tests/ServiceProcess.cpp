@@ -7,7 +7,9 @@
 
 QString ServiceProcess::executable()
 {
-    return QStringLiteral(ZENTOR_SERVICE_EXE);
+    // A benchmark may compare another build of the service against this one.
+    const QString other = qEnvironmentVariable("ZENTOR_SERVICE_UNDER_TEST");
+    return other.isEmpty() ? QStringLiteral(ZENTOR_SERVICE_EXE) : other;
 }
 
 bool ServiceProcess::waitForName(const QString& name, bool owned, int timeoutMs)
