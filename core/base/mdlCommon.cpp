@@ -1,5 +1,7 @@
 #include "core/base/mdlCommon.h"
 
+#include "core/base/RunTimeError.h"
+
 #include "core/base/FolderPath.h"
 #include "core/base/VbConvert.h"
 
@@ -56,20 +58,16 @@ QString Common_LogPath() {
     return Folder_Get(kFolderAppData) + QStringLiteral("/Korvu/Shared/Data/debugZentor.txt");
 }
 
-void Common_Log(const QString& text) noexcept {
-    try {
-        const QDateTime now = QDateTime::currentDateTime();
-        const QLocale locale = QLocale::system();
-        // The default form: short date, then the time with seconds.
-        const QString stamp = locale.toString(now.date(), QLocale::ShortFormat) + QLatin1Char(' ') +
-                              now.time().toString(QStringLiteral("HH:mm:ss"));
-        const QByteArray line = (text + QLatin1Char(',') + stamp).toUtf8() + "\r\n";
-        QFile file(Common_LogPath());
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
-            return;
-        file.write(line);
-        file.close();
-    } catch (...) {
-        // The trace never disturbs the operation it traces.
-    }
+void Common_Log(const QString& text) {
+    const QDateTime now = QDateTime::currentDateTime();
+    const QLocale locale = QLocale::system();
+    // The default form: short date, then the time with seconds.
+    const QString stamp = locale.toString(now.date(), QLocale::ShortFormat) + QLatin1Char(' ') +
+                          now.time().toString(QStringLiteral("HH:mm:ss"));
+    const QByteArray line = (text + QLatin1Char(',') + stamp).toUtf8() + "\r\n";
+    QFile file(Common_LogPath());
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+        throw RunTimeError(RunTimeError::PathNotFound, QStringLiteral("Path not found"));
+    file.write(line);
+    file.close();
 }

@@ -19,8 +19,9 @@ double Common_Val(const QString& text);
 // The debug trace: appends one line "text,date and time" (CR LF) to
 // <AppData>/Korvu/Shared/Data/debugZentor.txt, opening and closing the file for
 // that line so that a crash loses nothing. The folder is not created; when the
-// file cannot be written the line is lost and the caller carries on.
-void Common_Log(const QString& text) noexcept;
+// file cannot be opened (no folder) the failure goes to the caller as
+// RunTimeError(76), to be handled by the caller's own trap.
+void Common_Log(const QString& text);
 
 // The path Common_Log writes to.
 QString Common_LogPath();

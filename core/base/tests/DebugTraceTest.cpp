@@ -2,6 +2,7 @@
 // debugZentor.txt below the application data folder.
 #include "core/base/FolderPath.h"
 #include "core/base/mdlCommon.h"
+#include "core/base/RunTimeError.h"
 
 #include <QDir>
 #include <QDate>
@@ -82,16 +83,23 @@ TEST_F(DebugTrace, TheFileGrowsAcrossRunsAndKeepsWhatWasThere) {
     EXPECT_TRUE(all.startsWith("earlier,1/1/24 00:00:00\r\nlater,"));
 }
 
-TEST_F(DebugTrace, AMissingFolderLosesTheLineAndDisturbsNoCaller) {
-    EXPECT_NO_THROW(Common_Log(QStringLiteral("nowhere")));
+// The trace has no trap of its own: a missing folder fails the open, and the
+// caller's trap gets the error. Nothing is created on the way.
+TEST_F(DebugTrace, AMissingFolderFailsToTheCaller) {
+    try {
+        Common_Log(QStringLiteral("nowhere"));
+        FAIL() << "no error";
+    } catch (const RunTimeError& e) {
+        EXPECT_EQ(e.number(), RunTimeError::PathNotFound);
+    }
     EXPECT_FALSE(QFile::exists(Common_LogPath()));
     EXPECT_FALSE(QDir(dataFolder() + QStringLiteral("/Korvu")).exists());
 }
 
-TEST_F(DebugTrace, AnUnwritableFileDisturbsNoCaller) {
+TEST_F(DebugTrace, AnUnwritableFileFailsToTheCaller) {
     makeFolder();
     // A folder where the file should be: it can never be opened for append.
     ASSERT_TRUE(QDir().mkpath(Common_LogPath()));
-    EXPECT_NO_THROW(Common_Log(QStringLiteral("blocked")));
+    EXPECT_THROW(Common_Log(QStringLiteral("blocked")), RunTimeError);
     EXPECT_TRUE(QFileInfo(Common_LogPath()).isDir());
 }
