@@ -6,6 +6,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+#include <cmath>
 #include <cstdint>
 
 struct StandRefusal {
@@ -32,7 +33,8 @@ public:
     }
     int32_t int32(int i) const {
         const double d = number(i);
-        if (d != static_cast<double>(static_cast<int64_t>(d)) || d < -2147483648.0 || d > 2147483647.0)
+        // Range first: converting a NaN or a huge double to an integer is undefined.
+        if (!std::isfinite(d) || d < -2147483648.0 || d > 2147483647.0 || d != std::trunc(d))
             throw bad(i, QStringLiteral("is not a 32-bit whole number"));
         return static_cast<int32_t>(d);
     }

@@ -264,11 +264,9 @@ StandDescription StandDescription::fromJson(const QByteArray& json, const QStrin
             const int16_t u = r.unit(QJsonValue(it.key()), QStringLiteral("\"eventLogs\""));
             QStringList log;
             for (const QJsonValue& e : r.array(it.value(), QStringLiteral("event log of %1").arg(it.key()))) {
-                const QString entry = r.text(e, QStringLiteral("event log entry of %1").arg(it.key()));
-                if (entry.size() < 4)
-                    r.fail(QStringLiteral("event log entry \"%1\" of %2 lacks its four-character prefix")
-                               .arg(entry, it.key()));
-                log << entry;
+                // An entry shorter than its four-character prefix is kept as it
+                // stands: a damaged entry, which the panel's export must survive.
+                log << r.text(e, QStringLiteral("event log entry of %1").arg(it.key()));
             }
             d.eventLogs[u] = log;
         }
@@ -340,6 +338,10 @@ StandDescription StandDescription::fromJson(const QByteArray& json, const QStrin
         }
     }
     deriveLimits(d, explicitLimits);
+    // "cOPS2" stores focus positions that "rOPR" must give back in 8 characters.
+    const StandLimits z = d.limits.value(LimitIndex::ZDrive);
+    if (z.lower < -kMaxFocusCount || z.upper > kMaxFocusCount)
+        r.fail(QStringLiteral("limits of ZDrive must stay within -%1 to %1 counts").arg(kMaxFocusCount));
     for (auto [index, count] : std::initializer_list<std::pair<int16_t, qsizetype>>{{LimitIndex::Nosepiece, d.objectives.size()},
                                 {LimitIndex::FilterBlockCassette, d.filters.size()},
                                 {LimitIndex::CondenserCassette, d.condensers.size()}})
@@ -419,14 +421,16 @@ StandDescription StandDescription::fromJson(const QByteArray& json, const QStrin
     d.stageMemory = QVector<QPair<int32_t, int32_t>>(addresses, {0, 0});
     if (top.contains(QLatin1String("focusMemory"))) {
         const QJsonArray a = r.array(top.value(QLatin1String("focusMemory")), QStringLiteral("\"focusMemory\""));
-        for (int i = 0; i < a.size() && i < addresses; ++i) d.focusMemory[i] = r.integer(a[i], QStringLiteral("focus memory %1").arg(i + 1));
+        for (int i = 0; i < a.size() && i < addresses; ++i)
+            d.focusMemory[i] = r.integer(a[i], QStringLiteral("focus memory %1").arg(i + 1), -kMaxFocusCount, kMaxFocusCount);
     }
     if (top.contains(QLatin1String("stageMemory"))) {
         const QJsonArray a = r.array(top.value(QLatin1String("stageMemory")), QStringLiteral("\"stageMemory\""));
         for (int i = 0; i < a.size() && i < addresses; ++i) {
             const QJsonArray xy = r.array(a[i], QStringLiteral("stage memory %1").arg(i + 1));
             if (xy.size() != 2) r.fail(QStringLiteral("stage memory %1 must be [x, y]").arg(i + 1));
-            d.stageMemory[i] = {r.integer(xy[0], QStringLiteral("stage memory X")), r.integer(xy[1], QStringLiteral("stage memory Y"))};
+            d.stageMemory[i] = {r.integer(xy[0], QStringLiteral("stage memory X"), -kMaxStageOffset, kMaxStageOffset),
+                                r.integer(xy[1], QStringLiteral("stage memory Y"), -kMaxStageOffset, kMaxStageOffset)};
         }
     }
     if (top.contains(QLatin1String("state"))) {

@@ -76,6 +76,15 @@ public:
     static constexpr int kDevices = 14;    // DeviceIndex 1..14
     static constexpr int kObservations = 12;
     static constexpr int kNoFocus = -900000;
+    // Entries of a unit's event log that the export reads, whatever the log holds.
+    static constexpr int kEventLogSlots = 100;
+    // What an unused slot of an event log answers: the four-character prefix
+    // ("-" and the slot number) and no text.
+    static QString emptyLogEntry(int slot) { return QStringLiteral("-%1").arg(slot, 3, 10, QLatin1Char('0')); }
+    // The widest counts the raw command replies can carry: "rOPR" gives the
+    // focus in 8 characters, "rXPR" each stage offset in 7, sign included.
+    static constexpr int32_t kMaxFocusCount = 9999999;
+    static constexpr int32_t kMaxStageOffset = 999999;
 
     // Reads a description file. Throws RunTimeError whose text names the file
     // and the problem (missing file, bad JSON, wrong type, value out of range).
@@ -89,7 +98,8 @@ public:
     QString name;                                      // entry of GetDeviceNames
     std::array<bool, kUnits + 1> units{};              // [UnitIndex]
     std::array<QString, kUnits + 1> versions;          // [UnitIndex]
-    std::array<QStringList, kUnits + 1> eventLogs;     // [UnitIndex], entry 1 at [0]
+    std::array<QStringList, kUnits + 1> eventLogs;     // [UnitIndex], entry 1 at [0]; an entry
+                                                       // shorter than its prefix is a damaged one
     std::array<StandDevice, kDevices + 1> devices{};   // [DeviceIndex]
     int16_t pathSubType = 0;
     QMap<int16_t, StandLimits> limits;                 // [LimitIndex]

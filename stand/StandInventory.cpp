@@ -6,6 +6,8 @@
 #include "stand/StandArgs.h"
 #include "stand/StandFailures.h"
 
+#include <algorithm>
+
 using namespace standfail;
 
 namespace {
@@ -86,7 +88,11 @@ QVariant StandEngine::eventLog(const StandArgs& a, StandReply&) {
     if (u < 1 || u > StandDescription::kUnits) invalid(QStringLiteral("Unknown unit %1").arg(u));
     if (!m_d.units[u] || m_dead[u]) refuse(RunTimeError::ServiceFailure, QStringLiteral("Unit %1 does not answer").arg(u));
     const QStringList& log = m_d.eventLogs[u];
-    if (e < 1 || e > log.size()) invalid(QStringLiteral("Unit %1 has no event log entry %2").arg(u).arg(e));
+    // The export always reads a hundred entries; a unit that has logged fewer
+    // answers the rest with an empty slot, its four-character prefix alone.
+    const int slotCount = std::max<int>(StandDescription::kEventLogSlots, int(log.size()));
+    if (e < 1 || e > slotCount) invalid(QStringLiteral("Unit %1 has no event log entry %2").arg(u).arg(e));
+    if (e > log.size()) return StandDescription::emptyLogEntry(e);
     return log[e - 1];
 }
 

@@ -69,12 +69,24 @@ TEST(StandDescription, MalformedFilesGiveAClearErrorNamingFileAndProblem) {
     EXPECT_TRUE(errorText(R"({"name": "x", "units": ["Q7s"], "devices": {"Lamp": {"unit": "Tolva"}}})")
                     .contains("not present"));
     EXPECT_TRUE(errorText(R"({"name": "x", "units": ["Q7s"], "observations": {"13": {}}})").contains("1 to 12"));
-    EXPECT_TRUE(errorText(R"({"name": "x", "units": ["Q7s"], "eventLogs": {"Q7s": ["ab"]}})").contains("prefix"));
+    EXPECT_TRUE(errorText(R"({"name": "x", "units": ["Q7s"], "focusMemory": [10000000]})").contains("focus memory 1"));
+    EXPECT_TRUE(errorText(R"({"name": "x", "units": ["Q7s"], "stageMemory": [[0, -1000000]]})").contains("stage memory Y"));
+    EXPECT_TRUE(errorText(R"({"name": "x", "units": ["Q7s"], "limits": {"ZDrive": {"upper": 20000000}}})")
+                    .contains("within -9999999 to 9999999"));
     EXPECT_TRUE(errorText(R"({"name": 5, "units": []})").contains("must be a text"));
     EXPECT_TRUE(errorText(R"({"name": "x", "units": ["Q7s"], "devices": {"Laser": {}}})").contains("unknown device"));
     EXPECT_TRUE(errorText("{\"name\": \"x\", \"units\": [\"Q7s\"], \"observations\": {\"7\": {\"positions\": [1,2]}}}")
                     .contains("11 command codes"));
     EXPECT_TRUE(errorText("").startsWith("Stand description bad.json"));
+}
+
+TEST(StandDescription, ADamagedEventLogEntryShorterThanItsPrefixIsKept) {
+    const StandDescription d = StandDescription::fromJson(
+        R"({"name": "x", "units": ["Q7s"], "eventLogs": {"Q7s": ["I001 Power on", "ab"]}})", "short.json");
+    ASSERT_EQ(d.eventLogs[UnitIndex::Q7s].size(), 2);
+    EXPECT_EQ(d.eventLogs[UnitIndex::Q7s][1], "ab");
+    EXPECT_EQ(StandDescription::emptyLogEntry(7), "-007");
+    EXPECT_EQ(StandDescription::emptyLogEntry(100).size(), 4);
 }
 
 } // namespace
