@@ -129,7 +129,16 @@ double SimulatedMicroscope::LowerLimit(int16_t limitIndex) { return asDouble(cal
 double SimulatedMicroscope::Step(int16_t limitIndex) { return asDouble(call("Step", {QVariant(int(limitIndex))})); }
 QString SimulatedMicroscope::Version(int16_t unit) { return asText(call("Version", {QVariant(int(unit))})); }
 QString SimulatedMicroscope::EventLog(int16_t unit, int16_t entry) { return asText(call("EventLog", {QVariant(int(unit)), QVariant(int(entry))})); }
-int16_t SimulatedMicroscope::IsCameraPresent(int16_t index) { return asInt16(call("IsCameraPresent", {QVariant(int(index))})); }
+// Asked of the connected stand (connection and index checks), answered for the
+// microscope at `index`, which need not be the connected one.
+int16_t SimulatedMicroscope::IsCameraPresent(int16_t index) {
+    call("IsCameraPresent", {QVariant(int(index))});
+    const int16_t present = m_service->cameraPresent(index);
+    if (present < 0)
+        throw RunTimeError(RunTimeError::ServiceInvalidArgument,
+                           QStringLiteral("There is no microscope at index %1").arg(index));
+    return present;
+}
 int16_t SimulatedMicroscope::CameraUnit() { return asInt16(call("CameraUnit")); }
 int16_t SimulatedMicroscope::CameraHead() { return asInt16(call("CameraHead")); }
 int16_t SimulatedMicroscope::NosepiecePosition() { return asInt16(call("NosepiecePosition")); }

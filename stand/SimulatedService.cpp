@@ -19,6 +19,11 @@ int16_t SimulatedService::isDeviceAvailable(int index) const {
     return index >= 0 && index < m_descriptions.size() ? 1 : 0;
 }
 
+int16_t SimulatedService::cameraPresent(int index) const {
+    if (index < 0 || index >= m_descriptions.size()) return -1;
+    return m_descriptions[index].camera ? 1 : 0;
+}
+
 SimulatedStand* SimulatedService::stand(int index) {
     if (index < 0 || index >= m_descriptions.size()) return nullptr;
     if (!m_stands[index]) m_stands[index] = new SimulatedStand(m_descriptions[index], m_clock, this);

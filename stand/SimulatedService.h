@@ -22,6 +22,9 @@ public:
 
     QStringList deviceNames() const;
     int16_t isDeviceAvailable(int index) const;
+    // 1 when the microscope of that index has a camera, 0 when it has none,
+    // -1 for an index outside the list. Any client may ask about any index.
+    int16_t cameraPresent(int index) const;
     // nullptr for an index outside the list.
     SimulatedStand* stand(int index);
     const StandClock& clock() const { return m_clock; }

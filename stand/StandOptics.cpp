@@ -31,6 +31,9 @@ QVariant StandEngine::setTurret(const StandArgs& a, StandReply& done) {
     needMotor(dev, {t.axis});
     if (t.limit != 0) needRange(pos, t.limit);
     else if (pos < 1 || pos > 3) limitation(QStringLiteral("Light path %1 is outside 1 to 3").arg(pos));
+    // The nosepiece's usable range can be narrower than the turret (see "cNMX").
+    if (t.axis == Nose && pos > m_nosepieceMax)
+        limitation(QStringLiteral("Nosepiece address %1 is above the usable maximum %2").arg(pos).arg(m_nosepieceMax));
     if (t.axis == Nose && m_nosepieceLink != 0 && counts(Z) > m_zUpperLimit)
         limitation(QStringLiteral("Nosepiece interlock: the focus is above the upper limit"));
     moveAxes({{t.axis, double(pos)}}, done);

@@ -166,6 +166,18 @@ public:
             control(*stand, m, msg, bus);
             return true;
         }
+        // The camera question names a microscope by index, which need not be
+        // this one: the service answers it from its list.
+        if (m.name == QLatin1String("IsCameraPresent")) {
+            const int index = msg.arguments().at(0).toInt();
+            const int16_t present = m_host->service()->cameraPresent(index);
+            if (present < 0)
+                bus.send(ZentorBus::errorReply(msg, RunTimeError::ServiceInvalidArgument,
+                                               QStringLiteral("There is no microscope at index %1").arg(index)));
+            else
+                bus.send(msg.createReply(QVariant::fromValue<short>(present)));
+            return true;
+        }
         // The reply goes out whenever the stand is done; for a move that is
         // long after this function has returned to the event loop.
         const QDBusMessage request = msg;

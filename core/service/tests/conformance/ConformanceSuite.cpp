@@ -2,14 +2,19 @@
 // instant clock except where positions streaming during a move are the point.
 #include "core/service/tests/conformance/ConformanceRig.h"
 
+#include "core/base/VbConvert.h"
+
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QThread>
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <vector>
 
 QString standDescriptionPath(const QString& fileName) {
@@ -19,6 +24,20 @@ QString standDescriptionPath(const QString& fileName) {
 namespace {
 
 const QStringList kFull{standDescriptionPath("full-system.json")};
+
+// Description files written for one case; removed with the object.
+class TempDescriptions {
+public:
+    QString add(const QString& fileName, const QByteArray& json) {
+        const QString path = m_dir.filePath(fileName);
+        QFile f(path);
+        if (!f.open(QIODevice::WriteOnly) || f.write(json) != json.size()) ADD_FAILURE() << "cannot write " << path.toStdString();
+        return path;
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
 
 class Conformance {
 public:
@@ -633,6 +652,199 @@ CONFORMANCE_CASE(ShippedDescriptionsOpenAndReportTheirSystems) {
     EXPECT_NE(cam.IsCameraPresent(8), 0);
     EXPECT_EQ(cam.CameraHead(), 99);
     EXPECT_EQ(cam.Version(UnitIndex::Q7s), "V1.10");
+}
+
+// --- what the panels rely on ------------------------------------------------------
+CONFORMANCE_CASE(EventLogsAnswerAHundredEntriesAlsoWhenTheLogIsShorter) {
+    TempDescriptions t;
+    const QString file = t.add("short-log.json", R"({"name": "Short Log", "units": ["Q7s", "HBX-A"],
+        "eventLogs": {"Q7s": ["I001 Power on", "W002 Lamp off"], "HBX-A": ["ab"]}})");
+    Conformance c(factory, {file});
+    c.open();
+    EXPECT_EQ(c.svc.EventLog(UnitIndex::Q7s, 1), "I001 Power on");
+    EXPECT_EQ(c.svc.EventLog(UnitIndex::Q7s, 2).mid(4), " Lamp off");
+    // The export reads 1..100 and drops four characters: the empty slots keep the prefix alone.
+    for (int16_t e = 3; e <= 100; ++e) {
+        const QString entry = c.svc.EventLog(UnitIndex::Q7s, e);
+        ASSERT_EQ(entry.size(), 4) << e << " " << entry.toStdString();
+        EXPECT_TRUE(entry.mid(4).isEmpty());
+    }
+    EXPECT_EQ(c.svc.EventLog(UnitIndex::Q7s, 42), "-042");
+    EXPECT_EQ(errorOf([&] { c.svc.EventLog(UnitIndex::Q7s, 101); }), RunTimeError::ServiceInvalidArgument);
+    EXPECT_EQ(errorOf([&] { c.svc.EventLog(UnitIndex::Q7s, 0); }), RunTimeError::ServiceInvalidArgument);
+    // A damaged entry comes as it stands, shorter than the prefix the export removes.
+    EXPECT_EQ(c.svc.EventLog(UnitIndex::HBX_A, 1), "ab");
+    EXPECT_EQ(c.svc.EventLog(UnitIndex::HBX_A, 2), "-002");
+    // A unit that is not there gives no log at all.
+    EXPECT_NE(errorOf([&] { c.svc.EventLog(UnitIndex::HBX_B, 1); }), 0);
+}
+
+CONFORMANCE_CASE(AutoFocusGivesEveryResultCodeAfterTheFocusHasMoved) {
+    TempDescriptions t;
+    QStringList files;
+    for (int code : {1, 50, 51, 0x2A7})
+        files << t.add(QStringLiteral("af-%1.json").arg(code),
+                       QStringLiteral(R"({"name": "AF %1", "units": ["Q7s", "HBX-A", "Z", "Tolva"],
+                                          "autoFocus": {"result": %1, "position": %2}})")
+                           .arg(code).arg(50000 + code).toUtf8());
+    Conformance c(factory, files);
+    int16_t index = 1;
+    for (int code : {1, 50, 51, 0x2A7}) {
+        c.svc.Connect(index++);
+        c.events.clear();
+        // Low contrast and the exposure warnings are results, not failures; so is an unknown code.
+        EXPECT_EQ(c.svc.ZDriveAutoFocus(), code);
+        EXPECT_EQ(c.svc.ZDriveZPosition(), 50000 + code);
+        EXPECT_TRUE(c.waitFor(QStringLiteral("AppZDriveZPosition:%1").arg(50000 + code)));
+        c.svc.Disconnect();
+    }
+}
+
+CONFORMANCE_CASE(IsCameraPresentAnswersForTheMicroscopeOfThatIndex) {
+    Conformance c(factory, {standDescriptionPath("full-system.json"), standDescriptionPath("hbxb-without-q7s.json")});
+    c.open(1);
+    EXPECT_NE(c.svc.IsCameraPresent(0), 0);
+    EXPECT_NE(c.svc.IsCameraPresent(1), 0);
+    EXPECT_EQ(c.svc.IsCameraPresent(2), 0);
+    EXPECT_EQ(errorOf([&] { c.svc.IsCameraPresent(3); }), RunTimeError::ServiceInvalidArgument);
+    EXPECT_EQ(errorOf([&] { c.svc.IsCameraPresent(-1); }), RunTimeError::ServiceInvalidArgument);
+    c.svc.Disconnect();
+    c.open(2);
+    EXPECT_EQ(c.svc.IsCameraPresent(2), 0);
+    EXPECT_NE(errorOf([&] { c.svc.CameraUnit(); }), 0);
+}
+
+CONFORMANCE_CASE(APresetNeverReportsItsVoltageAsAManualOne) {
+    Conformance c(factory);
+    c.open();
+    c.svc.LampOn();
+    c.svc.setLampControlVoltage(4);
+    c.settle();
+    c.events.clear();
+    c.svc.LampPreset();
+    ASSERT_TRUE(c.waitFor("AppLampIsPreset:1"));
+    c.settle();
+    const int presetAt = c.events.indexOf("AppLampIsPreset:1");
+    const QStringList voltages = c.named("AppLampControlVoltage");
+    ASSERT_FALSE(voltages.isEmpty());
+    // The panel stores a voltage only while not on preset: the flag must come first.
+    EXPECT_LT(presetAt, c.events.indexOf(voltages.first())) << c.events.join(' ').toStdString();
+    EXPECT_DOUBLE_EQ(c.svc.LampControlVoltage(), c.named("AppLampControlVoltage").last().section(':', 1).toDouble());
+    c.events.clear();
+    c.svc.setLampControlVoltage(5);
+    ASSERT_TRUE(c.waitFor("AppLampControlVoltage:5"));
+    EXPECT_LT(c.events.indexOf("AppLampIsPreset:0"), c.events.indexOf("AppLampControlVoltage:5"))
+        << c.events.join(' ').toStdString();
+    // With the lamp off the voltage is still set and reported; the panel leaves it aside.
+    c.svc.LampOff();
+    c.svc.setLampControlVoltage(6);
+    EXPECT_TRUE(c.waitFor("AppLampControlVoltage:6"));
+    EXPECT_EQ(c.svc.LampIsOn(), 0);
+    EXPECT_DOUBLE_EQ(c.svc.LampControlVoltage(), 6);
+}
+
+CONFORMANCE_CASE(NosepieceMaxValueIsReadThroughLowerLimitOneAndBoundsTheMoves) {
+    Conformance c(factory);
+    c.open();
+    QString reply;
+    c.svc.SendCommand("cNMX4", reply);
+    EXPECT_TRUE(c.waitFor("AppNosepieceMaxValue:4"));
+    EXPECT_EQ(c.svc.LowerLimit(LimitIndex::Nosepiece), 4);
+    EXPECT_EQ(c.svc.UpperLimit(LimitIndex::Nosepiece), 6);   // the turret itself keeps its six places
+    EXPECT_EQ(tailOf([&] { c.svc.setNosepiecePosition(5); }), "4BE");
+    EXPECT_EQ(c.svc.NosepiecePosition(), 1);
+    c.svc.setNosepiecePosition(4);
+    EXPECT_EQ(c.svc.NosepiecePosition(), 4);
+    c.svc.SendCommand("cNMX7", reply);   // beyond the turret: refused by the controller
+    EXPECT_TRUE(reply.contains('!')) << reply.toStdString();
+    EXPECT_EQ(c.svc.LowerLimit(LimitIndex::Nosepiece), 4);
+    c.svc.SendCommand("cNMX6", reply);
+    EXPECT_TRUE(c.waitFor("AppNosepieceMaxValue:6"));
+    c.svc.setNosepiecePosition(6);
+    EXPECT_EQ(c.svc.NosepiecePosition(), 6);
+}
+
+CONFORMANCE_CASE(ObservationModeReadGivesTheMethodLastApplied) {
+    Conformance c(factory);
+    c.open();
+    EXPECT_EQ(c.svc.PresetsObservationMode(), 1);
+    // 0 is what a panel holds for "not known"; it is no method to apply.
+    EXPECT_EQ(errorOf([&] { c.svc.setPresetsObservationMode(0); }), RunTimeError::ServiceInvalidArgument);
+    c.svc.setPresetsObservationMode(5);
+    EXPECT_TRUE(c.waitFor("AppPresetsObservationMode:5"));
+    EXPECT_EQ(c.svc.PresetsObservationMode(), 5);
+    EXPECT_TRUE(c.named("AppPresetsObservationMode").filter(":0").isEmpty());
+}
+
+CONFORMANCE_CASE(RawRepliesCarryTheirCountsInTheirFields) {
+    Conformance c(factory);
+    c.open();
+    QString reply;
+    c.svc.SendCommand("rOPR1", reply);
+    EXPECT_DOUBLE_EQ(vb::val(reply.right(8)), 120000) << reply.toStdString();
+    c.svc.SendCommand("rOPR6", reply);
+    EXPECT_DOUBLE_EQ(vb::val(reply.right(8)), -900000) << reply.toStdString();
+    c.svc.SendCommand("rXPR5", reply);
+    ASSERT_GE(reply.size(), 15) << reply.toStdString();
+    EXPECT_DOUBLE_EQ(vb::val(reply.mid(1, 7)), -30) << reply.toStdString();
+    EXPECT_DOUBLE_EQ(vb::val(reply.mid(8, 7)), 4) << reply.toStdString();
+    c.svc.SendCommand("cGAS7", reply);
+    c.svc.SendCommand("rSPR", reply);
+    EXPECT_DOUBLE_EQ(vb::val(reply), 7) << reply.toStdString();
+    for (const char* outside : {"rOPR0", "rOPR7", "rXPR99"}) {
+        c.svc.SendCommand(outside, reply);
+        EXPECT_TRUE(reply.contains('!')) << outside << " " << reply.toStdString();
+    }
+}
+
+CONFORMANCE_CASE(BadValuesAndIndicesAreRefusedAndChangeNothing) {
+    Conformance c(factory);
+    c.open();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const int32_t bad = RunTimeError::ServiceInvalidArgument;
+    for (double v : {nan, inf, -inf}) {
+        EXPECT_EQ(tailOf([&] { c.svc.setApertureStopApertureStop(v); }), "4BE");
+        EXPECT_EQ(tailOf([&] { c.svc.setFieldStopFieldStop(v); }), "4BE");
+        EXPECT_EQ(tailOf([&] { c.svc.setEpiFieldStopFieldStop(v); }), "4BE");
+        EXPECT_EQ(tailOf([&] { c.svc.setNDFilterTransmission(v); }), "4BE");
+        EXPECT_EQ(tailOf([&] { c.svc.setLampControlVoltage(v); }), "4BE");
+        EXPECT_EQ(tailOf([&] { c.svc.setOpticalZoomZoom(v); }), "4BE");
+        EXPECT_NE(errorOf([&] { c.svc.CustomObservation(12, 7, 1, v); }), 0);
+    }
+    EXPECT_EQ(tailOf([&] { c.svc.setZDriveSpeed(0); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.setZDriveSpeed(10); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.setZUpperLimit(-1); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.setNosepieceZMode(4); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.setNosepieceXYMode(-2); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.setXYDriveXPosition(100001); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.XYDriveMove(0, -70001); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.setCondenserCassettePosition(7); }), "4BE");
+    EXPECT_EQ(tailOf([&] { c.svc.setObservationName(7, QString(64, 'x')); }), "4BE");
+    EXPECT_EQ(errorOf([&] { c.svc.setObservationName(13, "x"); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.setObservationPosition(0, ObservationPositions{}); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.ObservationPosition(13); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.CustomValue(12, 13, 1); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.CustomValue(14, 7, 9); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.CustomValue(13, 7, -1); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.CustomObservation(12, 7, 9, 2.0); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.CustomObservation(13, -3, 1, 2.0); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.EventLog(1, -5); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.EventLog(7, 1); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.PathSubType(13); }), bad);
+    EXPECT_EQ(errorOf([&] { c.svc.Step(13 + 1000); }), bad);
+    c.settle();
+    EXPECT_TRUE(c.events.isEmpty()) << c.events.join(' ').toStdString();
+    EXPECT_DOUBLE_EQ(c.svc.ApertureStopApertureStop(), 10);
+    EXPECT_DOUBLE_EQ(c.svc.NDFilterTransmission(), 100);
+    EXPECT_DOUBLE_EQ(c.svc.LampControlVoltage(), 6);
+    EXPECT_DOUBLE_EQ(c.svc.OpticalZoomZoom(), 1);
+    EXPECT_EQ(c.svc.NosepieceZMode(), 0);
+    EXPECT_EQ(c.svc.ZUpperLimit(), 180000);
+    EXPECT_EQ(c.svc.XYDriveXPosition(), 0);
+    EXPECT_EQ(c.svc.CondenserCassettePosition(), 1);
+    EXPECT_EQ(c.svc.ObservationName(7), "");
+    EXPECT_DOUBLE_EQ(c.svc.CustomValue(12, 7, 1), 0);
 }
 
 // --- fiber illuminator -----------------------------------------------------------------
