@@ -77,3 +77,12 @@ TEST(SelectedMic, EmptyListIsNothingFound) { EXPECT_EQ(decideSelectedMic(0, -1),
 TEST(SelectedMic, ANamedMicroscopeIsUsedAsAListPositionAsItStands) {
     EXPECT_EQ(decideSelectedMic(3, 1), 1); // the entry after the named one
 }
+
+TEST(MicroscopeList, UnderSimAnEmptyNameZeroIsTakenAsItStands) {
+    // Only the real microscopes are renamed "NoName".
+    const QVector<MicroscopeEntry> list =
+        buildMicroscopeList({QStringLiteral("  "), QStringLiteral("A")}, 46, [](int16_t) { return true; });
+    ASSERT_EQ(list.size(), 1);
+    EXPECT_EQ(list.at(0).text, QStringLiteral("  "));
+    EXPECT_EQ(list.at(0).itemData, 0);
+}

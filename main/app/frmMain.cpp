@@ -154,15 +154,9 @@ void frmMain::Form_Load() {
         CompactRequest = request.CompactRequest;
         s.SimMode = request.SimMode;
 
-        const QVector<MicroscopeEntry> entries = buildMicroscopeList(
-            names, RequestedMic, [&](int16_t index) { return s.micService->IsDeviceAvailable(index) != 0; });
-        const QSignalBlocker block(ui->lstMic);
-        for (const MicroscopeEntry& e : entries) {
-            auto* it = new QListWidgetItem(e.text);
-            it->setData(Qt::UserRole, int(e.itemData));
-            ui->lstMic->addItem(it);
-            if (RequestedMic != 46)
-                m_selScope->List1->addItem(e.text);
+        {
+            const QSignalBlocker block(ui->lstMic);
+            fillMicList(names, m_selScope->List1);
         }
 
         SelectedMic = decideSelectedMic(ui->lstMic->count(), RequestedMic);
@@ -251,6 +245,22 @@ void frmMain::Form_Activate() {
     FirstActivate = false;
 }
 
+// The microscopes the service offers into lstMic (and the dialog's list, when
+// given), without raising the selection handler's event: with /SIM only the
+// simulated microscope 0, else every available one from 1 on.
+void frmMain::fillMicList(const QStringList& names, QListWidget* dialogList) {
+    MainState& s = mainState();
+    const QVector<MicroscopeEntry> entries = buildMicroscopeList(
+        names, RequestedMic, [&](int16_t index) { return s.micService->IsDeviceAvailable(index) != 0; });
+    for (const MicroscopeEntry& e : entries) {
+        auto* it = new QListWidgetItem(e.text);
+        it->setData(Qt::UserRole, int(e.itemData));
+        ui->lstMic->addItem(it);
+        if (dialogList && RequestedMic != 46)
+            dialogList->addItem(e.text);
+    }
+}
+
 int16_t frmMain::currentItemData() const {
     QListWidgetItem* it = ui->lstMic->currentItem();
     if (!it)
@@ -337,6 +347,8 @@ void frmMain::writeLinkSettings() {
         s.mObj.setLINK(1);
     if (s.mZoom.LINK() == -1)
         s.mZoom.setLINK(1);
+    if (s.mPath.LINK() == -1)
+        s.mPath.setLINK(1);
     QSettings store = linkStore();
     store.beginGroup(kLinkSection);
     store.setValue(QStringLiteral("Obj"), QString::number(s.mObj.LINK()));
@@ -382,16 +394,15 @@ void frmMain::Form_Unload() {
     OpenMode = ui->PanelMode == 2 ? 2 : 1;
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Open"), QString::number(OpenMode));
 
-    // The limits are written only when this run read them: a run that never
-    // opened a microscope leaves the operator's limits as they were.
-    if (m_limitsRead) {
-        s.INI.Ini_Write(kZSection, QStringLiteral("ControlMax"), QString::number(s.mZ.curScllMax));
-        s.INI.Ini_Write(kZSection, QStringLiteral("ControlMin"), QString::number(s.mZ.curScllMin));
-        s.INI.Ini_Write(kXYSection, QStringLiteral("XControlMax"), QString::number(s.mXY.XSCLMAX()));
-        s.INI.Ini_Write(kXYSection, QStringLiteral("XControlMin"), QString::number(s.mXY.XSCLMIN()));
-        s.INI.Ini_Write(kXYSection, QStringLiteral("YControlMax"), QString::number(s.mXY.YSCLMAX()));
-        s.INI.Ini_Write(kXYSection, QStringLiteral("YControlMin"), QString::number(s.mXY.YSCLMIN()));
-    }
+    // Written on every unload. A run that never opened a microscope writes
+    // the empty range (0, 0), which the focus and stage panels read as "the
+    // whole range of the drive".
+    s.INI.Ini_Write(kZSection, QStringLiteral("ControlMax"), QString::number(s.mZ.curScllMax));
+    s.INI.Ini_Write(kZSection, QStringLiteral("ControlMin"), QString::number(s.mZ.curScllMin));
+    s.INI.Ini_Write(kXYSection, QStringLiteral("XControlMax"), QString::number(s.mXY.XSCLMAX()));
+    s.INI.Ini_Write(kXYSection, QStringLiteral("XControlMin"), QString::number(s.mXY.XSCLMIN()));
+    s.INI.Ini_Write(kXYSection, QStringLiteral("YControlMax"), QString::number(s.mXY.YSCLMAX()));
+    s.INI.Ini_Write(kXYSection, QStringLiteral("YControlMin"), QString::number(s.mXY.YSCLMIN()));
 
     const QList<QWidget*> forms = FormRegistry::loadedForms();
     for (int i = forms.size() - 1; i >= 0; --i) {
@@ -477,33 +488,19 @@ void frmMain::btnStatus_Read() {
     try {
         const int remembered = ui->lstMic->currentRow();
         const QStringList names = s.micService->GetDeviceNames();
-        {
-            const QSignalBlocker block(ui->lstMic);
-            ui->lstMic->clear();
-        }
+        QSignalBlocker block(ui->lstMic);
+        ui->lstMic->clear();
         if (names.size() <= 1)
             MsgBox::show(QStringLiteral("No Microscope is detected\r\nPlease restart this application or your machine."));
-        {
-            const QSignalBlocker block(ui->lstMic);
-            if (RequestedMic != 46) {
-                for (int16_t i = 0; i < names.size(); ++i) {
-                    const QString name = names.at(i).trimmed().isEmpty() ? QStringLiteral("NoName") : names.at(i);
-                    if (i != 0 && s.micService->IsDeviceAvailable(i) != 0) {
-                        auto* it = new QListWidgetItem(name);
-                        it->setData(Qt::UserRole, int(i));
-                        ui->lstMic->addItem(it);
-                    }
-                }
-            } else if (!names.isEmpty()) {
-                auto* it = new QListWidgetItem(names.at(0).trimmed().isEmpty() ? QStringLiteral("NoName") : names.at(0));
-                it->setData(Qt::UserRole, 0);
-                ui->lstMic->addItem(it);
-            }
-            ui->lstMic->setCurrentRow(-1);
-        }
+        fillMicList(names, nullptr);
+        ui->lstMic->setCurrentRow(-1);
+        // No entry was selected: none is selected now, and nothing reopens.
+        if (remembered == -1)
+            return;
         if (remembered < 0 || remembered >= ui->lstMic->count())
             throw RunTimeError(RunTimeError::SubscriptOutOfRange, QStringLiteral("Invalid property array index"));
         // Setting the index afresh closes and reopens the connection.
+        block.unblock();
         ui->lstMic->setCurrentRow(remembered);
     } catch (const std::exception&) {
         MsgBox::show(QStringLiteral("Device_StatusRead Error"));

@@ -74,6 +74,9 @@ public:
     void ExColor_Set();
     void BaColor_Set();
 
+private:
+    void cubeColour_Set(bool excitation);
+
 protected:
     bool event(QEvent* e) override;
     void showEvent(QShowEvent* e) override;
@@ -82,10 +85,14 @@ protected:
 private:
     void dispatch(const QString& name, const QString& value, int16_t& Step);
     void showObjective(int16_t a);
-    void showFilter(int16_t a);
+    void showFilter(int16_t a, bool statusRead);
     void markObservation();
-    void readLimits(int16_t limitIndex, double& upper, double& lower, double& step);
     void setFrames(PanelFrame* const frames[2], bool visible);
+    // Asks whether a device is mounted and shows or hides its two frames; a
+    // device that is gone unloads its sub-panel. Answers whether it is mounted.
+    bool deviceStep(int16_t device, PanelFrame* const frames[2], const char* panel);
+    // The fourteen device steps of Init, `step` set before each.
+    void deviceSteps(int& step);
     void observeEntries(bool enabled, int from = 1, int to = 6);
     void customNames(bool userDefaults);
     void showPresentValues();
@@ -93,6 +100,7 @@ private:
     void writeLinkSettings();
     void readLinkSettings();
     int16_t currentItemData() const;
+    void fillMicList(const QStringList& names, QListWidget* dialogList);
 
     QStringList m_args;
     SelScopeDlg* m_selScope = nullptr;
@@ -102,5 +110,4 @@ private:
     bool m_inCheck = false;
     bool m_unloaded = false;
     bool m_activatePending = false;
-    bool m_limitsRead = false;     // the control limits of this run were read
 };

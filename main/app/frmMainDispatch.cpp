@@ -105,7 +105,9 @@ void frmMain::dispatch(const QString& name, const QString& v, int16_t& Step) {
         if (on == 0) {
             setBoth(ui->LampCmd, QString());
             ui->usrMainPath->setLampState(0);
-            if (ui->frmShutter[0]->isEnabled() && s.micService->EpiShutterIsOpened() == 0)
+            // The frame's own Enabled, not its window's: the window is disabled
+            // while a microscope opens.
+            if (!ui->frmShutter[0]->testAttribute(Qt::WA_ForceDisabled) && s.micService->EpiShutterIsOpened() == 0)
                 ui->usrMainPath->ShowShutterClose();
             if (s.mPath.LINK() != 0)
                 ui->usrMainPath->setPathState(s.mPath.PATH());
@@ -178,7 +180,7 @@ void frmMain::dispatch(const QString& name, const QString& v, int16_t& Step) {
         const int16_t a = toI16(v);
         if (a == 0)
             break;
-        showFilter(a);
+        showFilter(a, false);
         break;
     }
     case 13: { // analyzer: 2 is out
@@ -257,18 +259,26 @@ void frmMain::showObjective(int16_t a) {
     }
 }
 
-void frmMain::showFilter(int16_t a) {
+// The mounted cube's texts and colours. The event writes "a : name" and the
+// compact "a: first word"; the read at opening writes "a: name" and the compact
+// "a : name", both trimmed.
+void frmMain::showFilter(int16_t a, bool statusRead) {
     MainState& s = mainState();
     s.mFilter.setAddress(a);
     const clsDefFillterCasette& d = item(s.mFilterData, a);
     const QString pos = QString::number(a);
+    const QString name = d.Name().trimmed();
     const QString tip = QStringLiteral("EX: ") + d.EXName().trimmed() + QStringLiteral(",  DM: ") +
                         d.DMName().trimmed() + QStringLiteral(",  BA: ") + d.BAName().trimmed();
-    ui->FilterCmd[0]->setCaption(pos + QStringLiteral(" : ") + d.Name());
+    if (statusRead) {
+        ui->FilterCmd[0]->setCaption(pos + QStringLiteral(": ") + name);
+        ui->FilterCmd[1]->setCaption(pos + QStringLiteral(" : ") + name);
+    } else {
+        ui->FilterCmd[0]->setCaption(pos + QStringLiteral(" : ") + d.Name());
+        ui->FilterCmd[1]->setCaption(pos + QStringLiteral(": ") + name.section(QLatin1Char(' '), 0, 0));
+    }
     ui->FilterCmd[0]->setToolTipText(tip);
-    const QString firstPart = d.Name().trimmed().section(QLatin1Char(' '), 0, 0);
-    ui->FilterCmd[1]->setCaption(pos + QStringLiteral(": ") + firstPart);
-    ui->FilterCmd[1]->setToolTipText(d.Name().trimmed() + QStringLiteral(" ") + tip);
+    ui->FilterCmd[1]->setToolTipText(name + QStringLiteral(" ") + tip);
     if (d.Number() == 0 || d.Number() == 1) {
         ui->usrMainPath->ClearExColor();
         ui->usrMainPath->ClearBaColor();
@@ -280,46 +290,32 @@ void frmMain::showFilter(int16_t a) {
     }
 }
 
-// Colour of the excitation light of the mounted cube: from the wavelengths in
-// its text, or the operator's own choice.
-void frmMain::ExColor_Set() {
-    MainState& s = mainState();
-    const clsDefFillterCasette& r = item(s.mFilterData, s.mFilter.Address());
-    const WaveReading reading = Wave_Read(r.Reiki(), r.EXName());
-    if (reading.kind == WaveReading::Catalogue && reading.hasStrip)
-        Strip_Set(reading.left, reading.right, ExLeftColor, ExRightColor);
-    int16_t chosen = 0;
-    int32_t colour = 0;
-    if (reading.kind == WaveReading::Catalogue || reading.kind == WaveReading::UserDefined) {
-        const clsDefFillterCasette& c = FilterColor_Item(s.mFColor, r.Number());
-        chosen = c.E_SET();
-        colour = c.ExColor();
-    }
-    const PartColour part = Part_Color(reading, chosen, colour);
-    if (part.action == PartColour::Clear)
-        ui->usrMainPath->ClearExColor();
-    else if (part.action == PartColour::Show)
-        ui->usrMainPath->setExColor(part.colour);
-}
+// Colour of the excitation light of the mounted cube (and, with BaColor_Set,
+// of the light its barrier filter passes): from the wavelengths in its text,
+// or the operator's own choice.
+void frmMain::ExColor_Set() { cubeColour_Set(true); }
+void frmMain::BaColor_Set() { cubeColour_Set(false); }
 
-void frmMain::BaColor_Set() {
+void frmMain::cubeColour_Set(bool excitation) {
     MainState& s = mainState();
     const clsDefFillterCasette& r = item(s.mFilterData, s.mFilter.Address());
-    const WaveReading reading = Wave_Read(r.Kyusyu(), r.BAName());
+    const WaveReading reading =
+        excitation ? Wave_Read(r.Reiki(), r.EXName()) : Wave_Read(r.Kyusyu(), r.BAName());
     if (reading.kind == WaveReading::Catalogue && reading.hasStrip)
-        Strip_Set(reading.left, reading.right, BaLeftColor, BaRightColor);
+        Strip_Set(reading.left, reading.right, excitation ? ExLeftColor : BaLeftColor,
+                  excitation ? ExRightColor : BaRightColor);
     int16_t chosen = 0;
     int32_t colour = 0;
     if (reading.kind == WaveReading::Catalogue || reading.kind == WaveReading::UserDefined) {
         const clsDefFillterCasette& c = FilterColor_Item(s.mFColor, r.Number());
-        chosen = c.B_SET();
-        colour = c.BaColor();
+        chosen = excitation ? c.E_SET() : c.B_SET();
+        colour = excitation ? c.ExColor() : c.BaColor();
     }
     const PartColour part = Part_Color(reading, chosen, colour);
     if (part.action == PartColour::Clear)
-        ui->usrMainPath->ClearBaColor();
+        excitation ? ui->usrMainPath->ClearExColor() : ui->usrMainPath->ClearBaColor();
     else if (part.action == PartColour::Show)
-        ui->usrMainPath->setBaColor(part.colour);
+        excitation ? ui->usrMainPath->setExColor(part.colour) : ui->usrMainPath->setBaColor(part.colour);
 }
 
 // Marks the active observation where the system's hardware offers it; any

@@ -154,35 +154,6 @@ TEST(Init, MissingCameraIniGivesTheDefaultUnitName) {
     QFile::rename(aside, delivered);
 }
 
-TEST(Init, LowerControlLimitAboveTheUpperLimitWarnsAndGoesOn) {
-    const QString file = customStand(QStringLiteral("z-warning"),
-        R"({"name": "Z Warning", "units": ["Q7s", "Z"], "camera": null,
-            "devices": {"Nosepiece": {}, "ZDrive": {}},
-            "limits": {"ZDrive": {"lower": 150000, "upper": 200000, "step": 20}},
-            "zUpperLimit": 160000})");
-    MsgBox::Recorder rec;
-    clearFiles();
-    {
-        MainRun run({file});
-        run.start();
-        // 150000 is not above 160000: no warning.
-        EXPECT_TRUE(rec.texts().isEmpty()) << rec.texts().join(QLatin1Char('|')).toStdString();
-    }
-    const QString file2 = customStand(QStringLiteral("z-warning2"),
-        R"({"name": "Z Warning", "units": ["Q7s", "Z"], "camera": null,
-            "devices": {"Nosepiece": {}, "ZDrive": {}},
-            "limits": {"ZDrive": {"lower": 150000, "upper": 200000, "step": 20}},
-            "zUpperLimit": 100000})");
-    MainRun run2({file2});
-    frmMain* w = run2.start();
-    ASSERT_FALSE(rec.shown().isEmpty());
-    EXPECT_EQ(rec.shown().first().text, QStringLiteral("Upper Limit lower than Lower Limit."));
-    EXPECT_EQ(rec.shown().first().icon, MsgBox::Exclamation);
-    EXPECT_TRUE(mainState().MicConnected);
-    EXPECT_EQ(mainState().mXY.SETUP(), 0);
-    EXPECT_TRUE(w->ui->frmXY[0]->isHidden());
-}
-
 TEST(Init, ReopeningASmallerSystemUnloadsPanelsOfDevicesGoneAndKeepsTheOthers) {
     clearFiles();
     MsgBox::Recorder rec;
