@@ -9,6 +9,7 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDeadlineTimer>
 #include <QFile>
@@ -281,6 +282,56 @@ TEST_F(ServiceTest, WrongArgumentsAndUnknownMembersAnswerDBusErrors)
     r = call(dev, ZentorBus::DeviceInterface, QStringLiteral("DeviceStatus"), {QVariant::fromValue<short>(1)});
     ASSERT_EQ(r.type(), QDBusMessage::ReplyMessage);
     EXPECT_EQ(r.arguments().value(0).toInt(), 1);
+}
+
+TEST_F(ServiceTest, WrongTypesChangeNothingAndReportNothing)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("0")});
+    DBusMicroscopeService client(QDBusConnection::sessionBus(), ZentorBus::MicroscopeService);
+    client.Connect(0);
+    EventLog log;
+    log.attach(client);
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    auto call = [&](const QString& iface, const QString& member, const QVariantList& args) {
+        QDBusMessage m = QDBusMessage::createMethodCall(ZentorBus::MicroscopeService, ZentorBus::devicePath(0),
+                                                        iface, member);
+        m.setArguments(args);
+        return bus.call(m);
+    };
+    const QString dev = ZentorBus::DeviceInterface;
+    const QString invalid = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
+    // A text, a double, too many and too few arguments, a struct of ten where eleven are due.
+    EXPECT_EQ(call(dev, QStringLiteral("setNosepiecePosition"), {QStringLiteral("3")}).errorName(), invalid);
+    EXPECT_EQ(call(dev, QStringLiteral("setZDriveZPosition"), {QVariant(1000.0)}).errorName(), invalid);
+    EXPECT_EQ(call(dev, QStringLiteral("setApertureStopApertureStop"), {QVariant(5.0), QVariant(6.0)}).errorName(),
+              invalid);
+    EXPECT_EQ(call(dev, QStringLiteral("XYDriveMove"), {}).errorName(), invalid);
+    EXPECT_EQ(call(dev, QStringLiteral("setObservationName"), {QVariant::fromValue<short>(7)}).errorName(), invalid);
+    QDBusArgument ten;
+    ten.beginStructure();
+    for (int i = 0; i < 10; ++i)
+        ten << 0;
+    ten.endStructure();
+    EXPECT_EQ(call(dev, QStringLiteral("setObservationPosition"), {QVariant::fromValue<short>(7), QVariant::fromValue(ten)})
+                  .errorName(),
+              invalid);
+    EXPECT_EQ(call(dev, QStringLiteral("SendCommand"), {QVariant(5)}).errorName(), invalid);
+    // The fault interface checks its arguments just as strictly.
+    EXPECT_EQ(call(ZentorBus::ControlInterface, QStringLiteral("KillUnit"), {QStringLiteral("1")}).errorName(), invalid);
+    EXPECT_EQ(call(ZentorBus::ControlInterface, QStringLiteral("StallDevice"), {QVariant(1)}).errorName(), invalid);
+    EXPECT_EQ(call(ZentorBus::ControlInterface, QStringLiteral("KillUnit"), {QVariant::fromValue<short>(9)}).type(),
+              QDBusMessage::ErrorMessage);
+    EXPECT_EQ(call(ZentorBus::ControlInterface, QStringLiteral("EmitEvents"), {QStringLiteral("x:1"), QVariant(-1)}).type(),
+              QDBusMessage::ErrorMessage);
+    // Nothing moved, nothing was reported, and the service still answers.
+    QThread::msleep(50);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(log.events.isEmpty()) << log.events.join(' ').toStdString();
+    EXPECT_EQ(client.NosepiecePosition(), 1);
+    EXPECT_EQ(client.ZDriveZPosition(), 0);
+    EXPECT_DOUBLE_EQ(client.ApertureStopApertureStop(), 10);
+    EXPECT_EQ(client.ObservationName(7), QString());
+    EXPECT_EQ(client.DeviceStatus(UnitIndex::Q7s), 1);
 }
 
 TEST_F(ServiceTest, IntrospectionShowsEveryMethodAndTheEvent)
