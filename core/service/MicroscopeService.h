@@ -97,8 +97,11 @@ public:
     virtual double Step(int16_t limitIndex) = 0;
     virtual QString Version(int16_t unit) = 0;
     // Entry 1.. of a unit's event log; every entry starts with a four-character
-    // prefix that the export removes.
+    // prefix that the export removes. Entries 1 to 100 always answer: a slot
+    // after the end of a shorter log is the prefix alone. A damaged entry may
+    // be shorter than its prefix.
     virtual QString EventLog(int16_t unit, int16_t entry) = 0;
+    // About the microscope of that index of GetDeviceNames, not only the open one.
     virtual int16_t IsCameraPresent(int16_t index) = 0;
     virtual int16_t CameraUnit() = 0;
     virtual int16_t CameraHead() = 0;
