@@ -167,7 +167,9 @@ StandDescription StandDescription::builtIn() {
     for (int16_t u : {UnitIndex::Q7s, UnitIndex::HBX_B, UnitIndex::HBX_A, UnitIndex::ZController,
                       UnitIndex::Tolva})
         d.units[u] = true;
-    d.versions = {QString(), "V1.30", "B2.05", "A1.12", "Z3.01", "T1.40", "E1.02"};
+    // The Q7s answers a letter and its firmware number (1.0 to 1.2 is the old
+    // firmware); the Tolva controller answers its name, ":" and the number.
+    d.versions = {QString(), "V1.30", "B2.05", "A1.12", "Z3.01", "TOLVA:1.40", "E1.02"};
     d.limits = {{LimitIndex::OpticalZoom, {0.8, 2.0, 0.1}},   {LimitIndex::EpiFieldStop, {0.5, 5, 0.1}},
                 {LimitIndex::Lamp, {0, 12, 0.1}},             {LimitIndex::ZDrive, {0, 200000, 20}},
                 {LimitIndex::XYDriveX, {-100000, 100000, 10}}, {LimitIndex::XYDriveY, {-70000, 70000, 10}},

@@ -162,6 +162,11 @@ CONFORMANCE_CASE(FullSystemInventory) {
     q7s.mid(1).toDouble(&ok);
     EXPECT_TRUE(ok) << q7s.toStdString();
     for (int16_t u : {1, 2, 3, 4, 5}) EXPECT_FALSE(c.svc.Version(u).isEmpty());
+    // The version panel shows "V" and what follows the ":" of the controller's answer.
+    const QString tolva = c.svc.Version(UnitIndex::Tolva);
+    ASSERT_TRUE(tolva.contains(':')) << tolva.toStdString();
+    EXPECT_GT(vb::val(tolva.section(':', 1)), 0) << tolva.toStdString();
+    EXPECT_GE(vb::val(q7s.mid(1)), 1.0) << q7s.toStdString();
     EXPECT_LE(c.svc.LowerLimit(LimitIndex::ZDrive), c.svc.ZUpperLimit());
     EXPECT_GE(c.svc.UpperLimit(LimitIndex::ZDrive), c.svc.ZUpperLimit());
 }
