@@ -28,6 +28,7 @@ constexpr int32_t kFrameEdge = 0x8D675C;   // edges and titles of the device fra
 constexpr int32_t kAreaBack = 0x2A1A16;    // the device area behind the frames
 constexpr int32_t kStatusText = 0xFFE8DC;  // device values, the panel's main reading
 constexpr int32_t kMenuHoverText = 0x2C2C2C;
+constexpr int32_t kCompactStripe = 0x321E1A;  // every other line of the compact panel
 
 QFont sized(const QFont& base, double points, bool bold)
 {
@@ -117,6 +118,29 @@ MainPanel::MainPanel(QWidget* parent) : QWidget(parent)
     ZoomClickDefault = imgClick->Left();
 
     wire();
+    captureColumns();
+    // Labels the dispatch leaves empty where the drawing already tells the
+    // state: a dim hint says it in words (the analyzer of the large panel,
+    // the lamp that is off). Only while a microscope is open.
+    AnaCmd[0]->setHint([this] {
+        if (!mainState().MicConnected)
+            return QString();
+        return usrMainPath->AnalyzerIn() ? QStringLiteral("IN") : QStringLiteral("OUT");
+    });
+    for (PanelLabel* l : LampCmd)
+        l->setHint([this] {
+            return mainState().MicConnected && usrMainPath->LampState() == 0 ? QStringLiteral("Off")
+                                                                             : QString();
+        });
+    ShutterCmd[0]->setHint([this] {
+        if (!mainState().MicConnected)
+            return QString();
+        return usrMainPath->ShutterOpen() ? QStringLiteral("OPEN") : QStringLiteral("CLOSE");
+    });
+    usrMainPath->installEventFilter(this);
+    // The shutter's caption stays under its button wherever Init puts it.
+    frmShutter[0]->installEventFilter(this);
+    placeShutterCaption();
     frmSub->hide();
     btnmenu_Click(4);
     resize(twipsToPixels(kWindowWidth), twipsToPixels(kWindowHeight));
@@ -124,6 +148,122 @@ MainPanel::MainPanel(QWidget* parent) : QWidget(parent)
 }
 
 MainPanel::~MainPanel() = default;
+
+// ============================================================================
+// Device frames: closing up the columns
+// ============================================================================
+
+void MainPanel::captureColumns()
+{
+    auto column = [](std::initializer_list<PanelFrame*> frames) {
+        Column c;
+        int prevBottom = -1;
+        for (PanelFrame* f : frames) {
+            const int top = f->Top();
+            if (prevBottom < 0)
+                c.top = top;
+            c.frames.push_back({f, f->Height(), prevBottom < 0 ? 0 : top - prevBottom});
+            prevBottom = top + f->Height();
+        }
+        return c;
+    };
+    // The large panel's two columns along the stand and under the drawing, and
+    // the compact panel's one column, top to bottom as designed.
+    m_leftColumn = column({frmPath[0], frmZoom[0], frmFilter[0], frmObj[0], frmZdrive[0],
+                           frmCondenser[0], frmAp[0], frmFS[0], frmLamp[0]});
+    m_rightColumn = column({frmEpiFS[0], frmAnalyzer[0], frmND[0], frmStage[0], frmFiber[0]});
+    m_compactColumn = column({frmPath[1], frmZoom[1], frmFilter[1], frmObj[1], frmZdrive[1],
+                              frmCondenser[1], frmAp[1], frmFS[1], frmLamp[1], frmEpiFS[1],
+                              frmShutter[1], frmAnalyzer[1], frmND[1], frmStage[1], frmFiber[1]});
+    // Showing or hiding a frame (Init does it per device) closes the columns
+    // up at once; so does the zoom scale, which the zoom frame holds.
+    for (const Column* c : {&m_leftColumn, &m_rightColumn, &m_compactColumn})
+        for (const ColumnSlot& slot : c->frames)
+            slot.frame->installEventFilter(this);
+    frmScroll->installEventFilter(this);
+    relayoutFrames();
+}
+
+void MainPanel::relayoutFrames()
+{
+    if (m_inRelayout || m_compactColumn.frames.empty())
+        return;
+    m_inRelayout = true;
+    auto close = [](const Column& c, auto heightOf) {
+        int y = c.top;
+        bool first = true;
+        for (const ColumnSlot& slot : c.frames) {
+            if (slot.frame->isHidden())
+                continue;
+            if (!first)
+                y += slot.gapAbove;
+            first = false;
+            const int h = heightOf(slot);
+            slot.frame->setTop(y);
+            slot.frame->setHeight(h);
+            y += h;
+        }
+    };
+    // Without its scale (a zoom that only reports) the zoom frame is as low
+    // as its neighbours.
+    auto large = [&](const ColumnSlot& slot) {
+        if (slot.frame == frmZoom[0] && frmScroll->isHidden())
+            return kZoomShortH;
+        return slot.height;
+    };
+    close(m_leftColumn, large);
+    close(m_rightColumn, large);
+    // Compact lines stand at the designed pitch by their place on the screen,
+    // and alternate their shade likewise, so that the stripes stay even
+    // whatever the system leaves out.
+    int line = 0;
+    for (const ColumnSlot& slot : m_compactColumn.frames) {
+        if (slot.frame->isHidden())
+            continue;
+        slot.frame->setTop(kSubTop + line * kSubRow);
+        slot.frame->setBackColor(line % 2 ? kDeviceFace : kCompactStripe);
+        ++line;
+    }
+    fitPanelHeights();
+    m_inRelayout = false;
+}
+
+int MainPanel::LargeContentHeight() const
+{
+    int bottom = twips::top(usrMainPath) + twips::height(usrMainPath);
+    for (const Column* c : {&m_leftColumn, &m_rightColumn})
+        for (const ColumnSlot& slot : c->frames)
+            if (!slot.frame->isHidden())
+                bottom = std::max(bottom, slot.frame->Top() + slot.frame->Height());
+    // An open selector may reach lower than the frames (the condenser's).
+    if (!picSelect->isHidden())
+        bottom = std::max(bottom, picSelect2->Top() + picSelect2->Height());
+    return bottom + kPanelBottomMargin;
+}
+
+int MainPanel::CompactContentHeight() const
+{
+    int bottom = kSubTop;
+    for (const ColumnSlot& slot : m_compactColumn.frames)
+        if (!slot.frame->isHidden())
+            bottom = std::max(bottom, slot.frame->Top() + slot.frame->Height());
+    return bottom + kPanelBottomMargin;
+}
+
+void MainPanel::placeShutterCaption()
+{
+    twips::place(ShutterCmd[0], frmShutter[0]->Left(), frmShutter[0]->Top() + frmShutter[0]->Height(),
+                 frmShutter[0]->Width(), kShutterCaptionH);
+    ShutterCmd[0]->setVisible(!frmShutter[0]->isHidden());
+}
+
+void MainPanel::fitPanelHeights()
+{
+    if (m_compactColumn.frames.empty())
+        return;
+    picMain->setHeight(LargeContentHeight());
+    frmSub->setHeight(CompactContentHeight());
+}
 
 void MainPanel::buildMenu()
 {
@@ -325,7 +465,7 @@ void MainPanel::buildLargePanel()
             btn[0]->setCaption(btnCaption);
             btn[0]->setLatching(true);
             btn[0]->setIndex(0);
-            twips::place(btn[0], kBtnLeft, kBtnTop, kBtnSize + 240, kBtnSize);
+            twips::place(btn[0], kBtnLeft, kBtnTop, kBtnW, kBtnSize);
             statusLeft = kStatusLeft + 240;
         }
         if (status) {
@@ -371,19 +511,19 @@ void MainPanel::buildLargePanel()
     Ycmd[0]->setForeColor(kStatusText);
     Ycmd[0]->setFont(statusFont);
     twips::place(Ycmd[0], twips::left(Xcmd[0]), kStatusTop + 380, twips::width(Xcmd[0]), kStatusH);
-    twips::place(btnXY[0], kBtnLeft, kBtnTop, kBtnSize + 240, 700);
+    twips::place(btnXY[0], kBtnLeft, kBtnTop, kBtnW, 700);
     device(frmFiber, QStringLiteral("Fiber Illumination"), kRightCol, 6900, kRightW, 680, btnFiber,
            QStringLiteral("Fiber"), FiberTxt);
 
     // Lamp: the lamp housing picture with its button on it.
     imgBack = new PanelLabel(QString(), frmLamp[0]);
     imgBack->setBackColor(0x241410);
-    twips::place(imgBack, kBtnLeft - 30, kBtnTop - 30, kBtnSize + 300, kBtnSize + 60);
+    twips::place(imgBack, kBtnLeft - 30, kBtnTop - 30, kBtnW + 60, kBtnSize + 60);
     btnClamp[0] = new usrButton(frmLamp[0]);
     btnClamp[0]->setCaption(QStringLiteral("Lamp"));
     btnClamp[0]->setLatching(true);
     btnClamp[0]->setIndex(0);
-    twips::place(btnClamp[0], kBtnLeft, kBtnTop, kBtnSize + 240, kBtnSize);
+    twips::place(btnClamp[0], kBtnLeft, kBtnTop, kBtnW, kBtnSize);
     twips::place(LampCmd[0], kStatusLeft + 240, kStatusTop, kLeftW - kStatusLeft - 340, kStatusH);
 
     // Link boxes on the title lines of their frames.
@@ -432,7 +572,7 @@ void MainPanel::buildLargePanel()
     ShutterCmd[0]->setForeColor(kStatusText);
     ShutterCmd[0]->setFont(sized(font(), 8, true));
     ShutterCmd[0]->setAlignment(Qt::AlignCenter);
-    twips::place(ShutterCmd[0], kShutterLeft, kShutterTop + kShutterH, kShutterW, 240);
+    twips::place(ShutterCmd[0], kShutterLeft, kShutterTop + kShutterH, kShutterW, kShutterCaptionH);
     // Excitation and barrier filter marks beside the drawing's filter cube.
     btnEX = new usrButton(picMain);
     btnEX->setCaption(QStringLiteral("EX"));
@@ -459,10 +599,11 @@ void MainPanel::buildCompactPanel()
     const QFont nameFont = sized(font(), 8.5, false);
     const QFont valueFont = sized(font(), 9.5, true);
     int row = 0;
+    PanelLabel* lastName = nullptr;  // the device name of the line made last
     auto line = [&](PanelFrame** frm, const QString& name, usrButton** btn, const QString& cap,
                     PanelLabel** status) {
         auto* fr = new PanelFrame(frmSub);
-        fr->setBackColor(row % 2 ? kDeviceFace : 0x321E1A);
+        fr->setBackColor(row % 2 ? kDeviceFace : kCompactStripe);
         twips::place(fr, 60, kSubTop + row * kSubRow, kSubWidth - 120, kSubRowH);
         ++row;
         frm[1] = fr;
@@ -471,9 +612,10 @@ void MainPanel::buildCompactPanel()
             btn[1]->setCaption(cap);
             btn[1]->setLatching(true);
             btn[1]->setIndex(1);
-            twips::place(btn[1], 20, 20, 620, kSubRowH - 40);
+            twips::place(btn[1], 20, 20, kSubBtnW, kSubRowH - 40);
         }
         auto* n = new PanelLabel(name, fr);
+        lastName = n;
         n->setForeColor(kDimText);
         n->setFont(nameFont);
         twips::place(n, 700, 0, 1400, kSubRowH);
@@ -503,11 +645,13 @@ void MainPanel::buildCompactPanel()
     // Both axes share the stage's line, a size smaller.
     const QFont axisFont = sized(font(), 8.5, true);
     Xcmd[1]->setFont(axisFont);
-    twips::place(Xcmd[1], 2100, 0, 1080, kSubRowH);
+    // The stage's name is short: its line gives the room to the two readings.
+    twips::place(lastName, 700, 0, 820, kSubRowH);
+    twips::place(Xcmd[1], 1520, 0, 1300, kSubRowH);
     Ycmd[1] = new PanelLabel(QString(), frmStage[1]);
     Ycmd[1]->setForeColor(kStatusText);
     Ycmd[1]->setFont(axisFont);
-    twips::place(Ycmd[1], 3200, 0, kSubWidth - 120 - 3220, kSubRowH);
+    twips::place(Ycmd[1], 2840, 0, kSubWidth - 120 - 2860, kSubRowH);
     line(frmFiber, QStringLiteral("Fiber"), btnFiber, QStringLiteral("Fiber"), FiberTxt);
 
     ObjSubCmd[1] = ObjCmd[1];
@@ -649,6 +793,25 @@ void MainPanel::wire()
 
 bool MainPanel::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == frmShutter[0] &&
+        (event->type() == QEvent::Move || event->type() == QEvent::Resize ||
+         event->type() == QEvent::ShowToParent || event->type() == QEvent::HideToParent))
+        placeShutterCaption();
+    if (event->type() == QEvent::ShowToParent || event->type() == QEvent::HideToParent) {
+        bool inColumn = watched == frmScroll;
+        for (const Column* c : {&m_leftColumn, &m_rightColumn, &m_compactColumn})
+            for (const ColumnSlot& slot : c->frames)
+                inColumn = inColumn || watched == slot.frame;
+        if (inColumn)
+            relayoutFrames();
+    }
+    // The hints beside the drawing follow it: whenever it is drawn anew, the
+    // labels that show its states are asked to paint again.
+    if (event->type() == QEvent::Paint && watched == usrMainPath) {
+        for (PanelLabel* l : {AnaCmd[0], ShutterCmd[0], LampCmd[0], LampCmd[1]})
+            if (l->text().isEmpty())
+                l->update();
+    }
     // Hover of the menu entries and of the control pad: a colour change only.
     if (event->type() == QEvent::Enter || event->type() == QEvent::Leave) {
         const bool in = event->type() == QEvent::Enter;
@@ -883,6 +1046,7 @@ void MainPanel::CloseSelectors()
     picSelect2->hide();
     ObjLink->hide();
     labObjLink->hide();
+    fitPanelHeights();
 }
 
 void MainPanel::usrMainPath_LostSelection()
@@ -975,6 +1139,7 @@ void MainPanel::showSelector(int16_t device)
         ObjLink->show();
         labObjLink->show();
     }
+    fitPanelHeights();
 }
 
 void MainPanel::downObj_Click() { showSelector(1); }

@@ -22,6 +22,7 @@
 #include <QTabBar>
 #include <QWidget>
 #include <cstdint>
+#include <vector>
 
 class usrAddress;
 class usrButton;
@@ -263,6 +264,19 @@ public:
     // firmware text after the first letter from 1.0 to 1.2.
     static bool StandFirmwareOld();
 
+    // Closes up the device frames of each column of both looks: a hidden
+    // frame leaves no gap, the frames shown keep their designed order and
+    // spacing, and a full system stands exactly as designed. The large and
+    // the compact panel then take the height of what they show. The panel
+    // runs it itself whenever a device frame is shown or hidden; the frames
+    // whose places are fixed numbers (the shutter on the drawing, the
+    // selector) are not moved. Form_Resize's stored sizes are not touched.
+    void relayoutFrames();
+    // Height in twips of what the large panel shows (frames, drawing and an
+    // open selector, with the bottom margin); the compact panel likewise.
+    int LargeContentHeight() const;
+    int CompactContentHeight() const;
+
     // Window geometry in twips (the top-level window that holds the panel).
     int WindowWidth() const;
     int WindowHeight() const;
@@ -291,5 +305,24 @@ private:
     void showSelector(int16_t device);
     void repaintMenuEntries();
     bool windowMaximised() const;
+    void captureColumns();
+    void fitPanelHeights();
+    void placeShutterCaption();
     bool m_inResize = false;
+
+    // A column of device frames as designed: each frame with its designed
+    // height and the gap above it; the first stands at the column's top.
+    struct ColumnSlot {
+        PanelFrame* frame;
+        int height;
+        int gapAbove;
+    };
+    struct Column {
+        int top = 0;
+        std::vector<ColumnSlot> frames;
+    };
+    Column m_leftColumn;
+    Column m_rightColumn;
+    Column m_compactColumn;
+    bool m_inRelayout = false;
 };

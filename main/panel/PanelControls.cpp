@@ -73,6 +73,48 @@ void PanelLabel::applyColours()
     update();
 }
 
+void PanelLabel::setHint(std::function<QString()> source)
+{
+    m_hint = std::move(source);
+    update();
+}
+
+QString PanelLabel::HintShown() const
+{
+    if (!text().isEmpty() || !m_hint)
+        return QString();
+    return m_hint();
+}
+
+bool PanelLabel::CaptionFits() const
+{
+    const QString shown = text().isEmpty() ? HintShown() : text();
+    if (shown.isEmpty())
+        return true;
+    const QFontMetrics fm(font());
+    // QLabel indents by half an 'x' when it has a frame and no indent is set.
+    int room = contentsRect().width() - 2 * margin();
+    if (indent() > 0)
+        room -= indent();
+    else if (frameWidth() > 0)
+        room -= fm.horizontalAdvance(QLatin1Char('x')) / 2;
+    return fm.horizontalAdvance(shown) <= room && fm.height() <= contentsRect().height();
+}
+
+void PanelLabel::paintEvent(QPaintEvent* e)
+{
+    QLabel::paintEvent(e);
+    const QString hint = HintShown();
+    if (hint.isEmpty())
+        return;
+    QPainter p(this);
+    QColor dim = zentor::look::textDim();
+    p.setPen(dim);
+    p.setFont(font());
+    const int m = indent() > 0 ? indent() : 0;
+    p.drawText(contentsRect().adjusted(m, 0, 0, 0), int(alignment()), hint);
+}
+
 void PanelLabel::changeEvent(QEvent* e)
 {
     QLabel::changeEvent(e);
@@ -110,14 +152,14 @@ void PanelLabel::mouseMoveEvent(QMouseEvent* e)
 PanelFrame::PanelFrame(QWidget* parent, const QString& title) : QFrame(parent), m_title(title)
 {
     setMouseTracking(true);
-    setAutoFillBackground(true);
     setBackColor(m_back);
+    updateFill();
 }
 
 void PanelFrame::setCaption(const QString& title)
 {
     m_title = title;
-    update();
+    updateFill();
 }
 
 void PanelFrame::setBackColor(int32_t bgr)
@@ -132,7 +174,32 @@ void PanelFrame::setBackColor(int32_t bgr)
 void PanelFrame::setBorderColor(int32_t bgr)
 {
     m_border = bgr;
+    updateFill();
+}
+
+void PanelFrame::updateFill()
+{
+    // A titled frame with an edge paints its face inside the edge only: the
+    // strip above the edge line, beside the title, belongs to what lies
+    // behind the frame.
+    setAutoFillBackground(!(m_border >= 0 && !m_title.isEmpty()));
     update();
+}
+
+QFont PanelFrame::titleFont() const
+{
+    QFont f = font();
+    f.setBold(true);
+    f.setPointSizeF(std::max(6.5, f.pointSizeF() - 1.0));
+    return f;
+}
+
+bool PanelFrame::CaptionFits() const
+{
+    if (m_title.isEmpty())
+        return true;
+    const QFontMetrics fm(titleFont());
+    return 6 + fm.horizontalAdvance(m_title) + 8 <= width() - 6;
 }
 
 void PanelFrame::paintEvent(QPaintEvent* e)
@@ -143,23 +210,35 @@ void PanelFrame::paintEvent(QPaintEvent* e)
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing, true);
     const QColor edge = m_border < 0 ? zentor::look::textDim() : colorFromBgr(m_border);
-    QFont f = font();
-    f.setBold(true);
-    f.setPointSizeF(std::max(6.5, f.pointSizeF() - 1.0));
+    const QFont f = titleFont();
     p.setFont(f);
     const QFontMetrics fm(f);
     const int titleH = m_title.isEmpty() ? 0 : fm.height();
+    const int tw = fm.horizontalAdvance(m_title) + 8;
+    const QRect tr(6, 0, tw, titleH);
     if (m_border >= 0) {
+        const QRectF r = QRectF(rect()).adjusted(0.5, titleH / 2.0 + 0.5, -0.5, -0.5);
+        if (!autoFillBackground()) {
+            p.setPen(Qt::NoPen);
+            p.setBrush(colorFromBgr(m_back));
+            p.drawRoundedRect(r, 3, 3);
+        }
         QPen pen(edge);
         pen.setWidthF(1.0);
         p.setPen(pen);
-        const QRectF r = QRectF(rect()).adjusted(0.5, titleH / 2.0 + 0.5, -0.5, -0.5);
+        p.setBrush(Qt::NoBrush);
+        if (!m_title.isEmpty()) {
+            // The edge line breaks for the title.
+            QRegion clip(rect());
+            clip -= QRegion(tr);
+            p.setClipRegion(clip);
+        }
         p.drawRoundedRect(r, 3, 3);
+        p.setClipping(false);
     }
     if (!m_title.isEmpty()) {
-        const int tw = fm.horizontalAdvance(m_title) + 8;
-        const QRect tr(6, 0, tw, titleH);
-        p.fillRect(tr, colorFromBgr(m_back));
+        if (m_border < 0)
+            p.fillRect(tr, colorFromBgr(m_back));
         p.setPen(isEnabled() ? edge.lighter(150) : zentor::look::textDim());
         p.drawText(tr, Qt::AlignCenter, m_title);
     }

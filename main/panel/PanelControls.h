@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QString>
 #include <cstdint>
+#include <functional>
 
 // Geometry in twips for any widget, through the one conversion of Units.h.
 namespace twips {
@@ -51,6 +52,16 @@ public:
     int Top() const { return twips::top(this); }
     void setTop(int v) { twips::setTop(this, v); }
 
+    // A hint drawn dimmed while the caption is empty, such as a state the
+    // light-path drawing already shows. The source is asked at each paint;
+    // the caption itself stays empty, so whatever writes the label decides
+    // alone what it holds.
+    void setHint(std::function<QString()> source);
+    // The hint that is drawn now: empty while the caption holds text.
+    QString HintShown() const;
+    // Whether the caption (or the hint shown) is drawn whole in the label.
+    bool CaptionFits() const;
+
 signals:
     void Click();
     // Pointer position in twips inside the label.
@@ -61,9 +72,11 @@ protected:
     void mouseReleaseEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
     void changeEvent(QEvent* e) override;
+    void paintEvent(QPaintEvent* e) override;
 
 private:
     void applyColours();
+    std::function<QString()> m_hint;
     int32_t m_back = 0x5C342C;
     int32_t m_fore = 0xFFD0C0;
     bool m_transparent = true;
@@ -80,6 +93,8 @@ public:
 
     QString Caption() const { return m_title; }
     void setCaption(const QString& title);
+    // Whether the title is drawn whole on the frame's top edge.
+    bool CaptionFits() const;
     int32_t BackColor() const { return m_back; }
     void setBackColor(int32_t bgr);
     // Colour of the edge and title; -1 draws no edge.
@@ -108,6 +123,8 @@ protected:
     void mouseReleaseEvent(QMouseEvent* e) override;
 
 private:
+    void updateFill();
+    QFont titleFont() const;
     QString m_title;
     int32_t m_back = 0x5C342C;
     int32_t m_border = -1;

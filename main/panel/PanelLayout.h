@@ -27,7 +27,7 @@ constexpr int kSplitBelow = 500;  // a drag above this Y keeps the smallest heig
 constexpr int kSplitMin = 510;    // smallest height of the open section (34 pixels)
 constexpr int kRow = 340;        // one entry row inside a section
 constexpr int kRowTop = 330;     // first row below the section title
-constexpr int kDownSize = 260;   // the close arrow of a section
+constexpr int kDownSize = 300;   // the close arrow of a section
 
 // ---- device area ----
 constexpr int kPanelWidth = 9300;    // the large panel (Picture1)
@@ -49,9 +49,11 @@ constexpr int kFrameH = 700;
 constexpr int kBtnLeft = 90;
 constexpr int kBtnTop = 220;
 constexpr int kBtnSize = 380;
+constexpr int kBtnW = 680;      // device buttons: room for "Zoom", "Lamp", "EpiFS"
 constexpr int kStatusLeft = 600;
 constexpr int kStatusTop = 210;
 constexpr int kStatusH = 400;
+constexpr int kPanelBottomMargin = 120;  // below the lowest frame of either look
 
 // The shared selector.
 constexpr int kSelectLeft = 720;
@@ -70,12 +72,14 @@ constexpr int kLinkRow = 330;
 // Zoom scale: 135 twips for each tenth of magnification above 0.8.
 constexpr int kZoomScaleLeft = 240;
 constexpr int kZoomPerTenth = 135;
+constexpr int kZoomShortH = 680;  // the zoom frame without its scale, as its neighbours
 
 // Epi shutter frame on the stand's drawing (without the epi illuminator).
 constexpr int kShutterLeft = 5920;
 constexpr int kShutterTop = 2250;
 constexpr int kShutterW = 780;
 constexpr int kShutterH = 420;
+constexpr int kShutterCaptionH = 240;  // the shutter's state under its button
 
 // Compact panel: one row per device.
 constexpr int kSubWidth = 4290;
@@ -83,5 +87,6 @@ constexpr int kSubMargin = 105;
 constexpr int kSubTop = 420;
 constexpr int kSubRow = 340;
 constexpr int kSubRowH = 320;
+constexpr int kSubBtnW = 660;
 
 } // namespace layout

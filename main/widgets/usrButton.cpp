@@ -3,6 +3,7 @@
 #include "main/widgets/Units.h"
 #include "main/widgets/WidgetLook.h"
 
+#include <QFontMetricsF>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -63,6 +64,18 @@ QSize usrButton::sizeHint() const
     if (!m_picture.isNull())
         w += m_picture.width() + 4;
     return QSize(std::max(w, 40), std::max(fm.height() + 10, 24));
+}
+
+bool usrButton::CaptionFits() const
+{
+    // The face keeps 4 pixels each side, and a button held down draws its
+    // caption a pixel to the right; a low face lends its caption its full
+    // height.
+    const QFontMetrics fm(font());
+    int room = width() - 9;
+    if (!m_picture.isNull())
+        room -= std::min(m_picture.width(), height()) + 4;
+    return fm.horizontalAdvance(m_caption) <= room && fm.height() <= height();
 }
 
 bool usrButton::inert() const { return !isEnabled() || m_locked; }
@@ -215,6 +228,13 @@ void usrButton::paintEvent(QPaintEvent*)
     if (!m_caption.isEmpty()) {
         QColor c = enabled ? (m_latched ? look::accent() : look::text()) : look::textDim();
         p.setPen(c);
+        // A low button (the compact panel's lines) gives its caption the
+        // face's whole height, so that no stroke is cut off.
+        const double lineH = QFontMetricsF(font()).height();
+        if (content.height() < lineH) {
+            const double grow = (std::min(lineH, r.height()) - content.height()) / 2.0;
+            content.adjust(0, -grow, 0, grow);
+        }
         p.drawText(content, Qt::AlignCenter | Qt::TextSingleLine, m_caption);
     }
     if (hasFocus())

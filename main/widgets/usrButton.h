@@ -46,6 +46,8 @@ public:
     void Unlatch();
 
     QSize sizeHint() const override;
+    // Whether the caption is drawn whole on the button's face, held down too.
+    bool CaptionFits() const;
 
 signals:
     void Pressed(int16_t Index, int16_t Button, int16_t Shift, float X, float Y);

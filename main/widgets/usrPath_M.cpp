@@ -6,6 +6,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QFontMetricsF>
 #include <QPainterPath>
 
 #include <algorithm>
@@ -167,6 +168,36 @@ QRectF usrPath_M::outletDesignRect(int16_t index) const
     case 3: return QRectF(kAxis - 17, 0, 34, 16);  // rear (top) port
     default: return QRectF();
     }
+}
+
+QString usrPath_M::OutletCaption(int16_t index)
+{
+    switch (index) {
+    case 1: return QStringLiteral("BINO");
+    case 2: return QStringLiteral("FRONT");
+    case 3: return QStringLiteral("REAR");
+    default: return QString();
+    }
+}
+
+QFont usrPath_M::outletFont(int16_t index) const
+{
+    // The drawing's own units are the font's pixels before the drawing is
+    // scaled, so a caption that fits here fits at every size of the widget.
+    QFont f = font();
+    f.setPointSizeF(6.5);
+    const QString text = OutletCaption(index);
+    const double room = outletDesignRect(index).width() - 4;
+    while (f.pointSizeF() > 4.5 && QFontMetricsF(f).horizontalAdvance(text) > room)
+        f.setPointSizeF(f.pointSizeF() - 0.25);
+    return f;
+}
+
+bool usrPath_M::OutletCaptionFits(int16_t index) const
+{
+    const QFontMetricsF fm(outletFont(index));
+    const QRectF r = outletDesignRect(index);
+    return fm.horizontalAdvance(OutletCaption(index)) <= r.width() - 2 && fm.height() <= r.height() + 1;
 }
 
 QRect usrPath_M::outletRect(int16_t index) const
@@ -366,10 +397,6 @@ void usrPath_M::paintEvent(QPaintEvent*)
             beam(p, QPointF(kAxis, 32), QPointF(r.left() + 2, r.center().y() + (active == 1 ? 4 : 0)), c, true);
         }
     }
-    QFont small = font();
-    small.setPointSizeF(6.5);
-    p.setFont(small);
-    const char* names[3] = {"BI", "FRONT", "REAR"};
     for (int16_t i = 1; i <= 3; ++i) {
         if (!HasOutlet(i))
             continue;
@@ -378,8 +405,9 @@ void usrPath_M::paintEvent(QPaintEvent*)
         p.setPen(QPen(on ? look::accent() : QColor(0x80, 0x86, 0x8e), on ? 1.8 : 1));
         p.setBrush(on ? QColor(0x5a, 0x48, 0x10) : (i == m_pressedOutlet ? look::faceDown() : look::face()));
         p.drawRoundedRect(r, 3, 3);
+        p.setFont(outletFont(i));
         p.setPen(on ? look::accent() : look::text());
-        p.drawText(r, Qt::AlignCenter, QString::fromLatin1(names[i - 1]));
+        p.drawText(r, Qt::AlignCenter, OutletCaption(i));
     }
     p.setOpacity(1.0);
     p.resetTransform();

@@ -6,6 +6,7 @@
 // active one lit. The main panel drives it with the Show... operations; the
 // operator's clicks and keys come back as events. Nothing set from code
 // raises an event.
+#include <QFont>
 #include <QPointF>
 #include <QRect>
 #include <QTransform>
@@ -66,6 +67,10 @@ public:
     // Whether an outlet is drawn for the present ScopeType, and where.
     bool HasOutlet(int16_t index) const;
     QRect outletRect(int16_t index) const;
+    // The caption drawn on an outlet ("BINO", "FRONT", "REAR"), and whether
+    // it is drawn whole inside its box.
+    static QString OutletCaption(int16_t index);
+    bool OutletCaptionFits(int16_t index) const;
 
     QSize sizeHint() const override { return QSize(300, 232); }
 
@@ -90,6 +95,7 @@ private:
     int effectiveType() const;
     QTransform toWidget() const;
     QRectF outletDesignRect(int16_t index) const;
+    QFont outletFont(int16_t index) const;
     int16_t outletAt(const QPointF& widgetPos) const;
 
     int32_t m_scopeType = 0;

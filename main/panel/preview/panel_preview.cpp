@@ -1,6 +1,10 @@
 // Renders the main panel in its large and its compact look, with plausible
-// readings, to PNG files for looking at it by eye:
+// readings, to PNG files for looking at it by eye: a full system, and the
+// E-LM-K alone (only what that illuminator carries is shown):
 //   panel_preview [output folder]   (default /work/screens/layout)
+// The labels are written as the dispatch writes them: the large panel's
+// analyzer and shutter labels are left to the drawing.
+#include "core/MainState.h"
 #include "main/panel/MainPanel.h"
 #include "main/widgets/usrPath_M.h"
 
@@ -29,8 +33,8 @@ void fill(MainPanel& p)
     twin(p.FieldS, QStringLiteral("18 mm"), QStringLiteral("18 mm"));
     twin(p.LampCmd, QStringLiteral("6.5 V"), QStringLiteral("6.5 V"));
     twin(p.HBXField, QStringLiteral("9.5 mm"), QStringLiteral("9.5 mm"));
-    twin(p.AnaCmd, QStringLiteral("OUT"), QStringLiteral("OUT"));
-    twin(p.ShutterCmd, QStringLiteral("OPEN"), QStringLiteral("OPEN"));
+    p.AnaCmd[1]->setCaption(QStringLiteral("OUT"));
+    p.ShutterCmd[1]->setCaption(QStringLiteral("OPEN"));
     twin(p.NDcmd, QStringLiteral("25 %"), QStringLiteral("25 %"));
     twin(p.Xcmd, QStringLiteral("X  -1520.5 um"), QStringLiteral("-1520.5 um"));
     twin(p.Ycmd, QStringLiteral("Y  3310 um"), QStringLiteral("3310 um"));
@@ -50,6 +54,30 @@ void fill(MainPanel& p)
     p.ObservationShown = 4;
     p.btnObserve_MouseMove(2);
 }
+
+// What Init leaves of the panel for the E-LM-K alone: nosepiece, cube,
+// condenser, epi field stop, shutter on the illuminator's drawing, ND; the
+// lamp is off.
+void smallSystem(MainPanel& p)
+{
+    for (PanelFrame* const* f : {p.frmPath, p.frmZoom, p.frmZdrive, p.frmAp, p.frmFS, p.frmLamp,
+                                 p.frmAnalyzer, p.frmStage, p.frmFiber})
+        for (int i = 0; i < 2; ++i)
+            f[i]->setVisible(false);
+    p.frmShutter[0]->setTop(1790);
+    p.frmShutter[0]->setLeft(5995);
+    p.frmShutter[0]->setBackColor(MainPanel::kShutterOnEpi);
+    p.labSystem->setCaption(QStringLiteral(" E-LM-K "));
+    p.usrMainPath->setScopeType(4);
+    p.usrMainPath->ShowLampOff();
+    p.usrMainPath->ShowShutterClose();
+    p.ShutterCmd[1]->setCaption(QStringLiteral("CLOSE"));
+    twin(p.FilterCmd, QStringLiteral("1 : NONE"), QStringLiteral("1: NONE"));
+    twin(p.ObjCmd, QStringLiteral("1: PLN  PLN 4X"), QStringLiteral("1 : 4x"));
+    twin(p.CONcmd, QStringLiteral("1 : BF"), QStringLiteral("1 : BF"));
+    twin(p.HBXField, QStringLiteral("5 mm"), QStringLiteral("5 mm"));
+    twin(p.NDcmd, QStringLiteral("100 %"), QStringLiteral("100 %"));
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -59,18 +87,37 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("/work/screens/layout");
     QDir().mkpath(out);
-    MainPanel panel;
-    fill(panel);
-    panel.show();
-    app.processEvents();
-    panel.grab().save(out + "/large.png");
-    panel.downObj_Click();
-    app.processEvents();
-    panel.grab().save(out + "/large-selector.png");
-    panel.CloseSelectors();
-    panel.btnmenu_Click(1);
-    panel.btnGUIClose_Released();
-    app.processEvents();
-    panel.grab().save(out + "/compact.png");
+    {
+        MainPanel panel;
+        fill(panel);
+        panel.show();
+        app.processEvents();
+        panel.downObj_Click();
+        app.processEvents();
+        panel.grab().save(out + "/large-selector.png");
+        panel.CloseSelectors();
+        // Readings shown as with a microscope open (the drawing's hints).
+        mainState().MicConnected = true;
+        app.processEvents();
+        panel.grab().save(out + "/large.png");
+        panel.btnmenu_Click(1);
+        panel.btnGUIClose_Released();
+        app.processEvents();
+        panel.grab().save(out + "/compact.png");
+        mainState().MicConnected = false;
+    }
+    {
+        MainPanel panel;
+        fill(panel);
+        smallSystem(panel);
+        mainState().MicConnected = true;
+        panel.show();
+        app.processEvents();
+        panel.grab().save(out + "/small-large.png");
+        panel.btnGUIClose_Released();
+        app.processEvents();
+        panel.grab().save(out + "/small-compact.png");
+        mainState().MicConnected = false;
+    }
     return 0;
 }
