@@ -337,7 +337,9 @@ void frmMain::btnClose_Click() {
 // Shutdown
 
 void frmMain::closeEvent(QCloseEvent* e) {
+    m_inCloseEvent = true;
     Form_Unload();
+    m_inCloseEvent = false;
     e->accept();
 }
 
@@ -426,8 +428,11 @@ void frmMain::Form_Unload() {
     services.eventSource = nullptr;
     mMutex.Mutex_Close();
     FormRegistry::remove(QStringLiteral("frmMain"));
-    if (isVisible())
-        QTimer::singleShot(0, this, [this] { hide(); });
+    // Unloading the main window ends the program: a refusal at start or a
+    // failed check closes the window (hiding it would leave the process
+    // running without a window).
+    if (!m_inCloseEvent && isVisible())
+        QTimer::singleShot(0, this, [this] { close(); });
 }
 
 // ---------------------------------------------------------------------------

@@ -109,5 +109,6 @@ private:
     bool m_appActive = false;
     bool m_inCheck = false;
     bool m_unloaded = false;
+    bool m_inCloseEvent = false;
     bool m_activatePending = false;
 };

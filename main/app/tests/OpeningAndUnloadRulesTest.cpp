@@ -205,3 +205,35 @@ TEST(StatusRead, WithoutASelectedMicroscopeTheListIsReadAndNothingIsOpened) {
     EXPECT_FALSE(mainState().MicConnected);
     EXPECT_TRUE(rec.texts().isEmpty()) << rec.texts().join(QLatin1Char('|')).toStdString();
 }
+
+// Counts the close events a window receives: a closed last window ends the
+// application's event loop, a hidden one does not.
+class CloseCounter : public QObject {
+public:
+    int closes = 0;
+    bool eventFilter(QObject*, QEvent* e) override {
+        if (e->type() == QEvent::Close)
+            ++closes;
+        return false;
+    }
+};
+
+TEST(Unload, ARefusalAtStartClosesTheWindowSoThatTheProgramEnds) {
+    clearFiles();
+    // Earlier windows of this test program closed without an event loop to
+    // end; keep the application's own quitting out of the count.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    MsgBox::Recorder rec;
+    MainRun run({});
+    frmMain* w = run.start({}, false);
+    CloseCounter counter;
+    w->installEventFilter(&counter);
+    w->show();
+    pump(100);
+    EXPECT_EQ(rec.texts().size(), 1);
+    EXPECT_TRUE(w->unloaded());
+    EXPECT_FALSE(w->isVisible());
+    EXPECT_EQ(counter.closes, 1);
+    w->removeEventFilter(&counter);
+    QGuiApplication::setQuitOnLastWindowClosed(true);
+}
