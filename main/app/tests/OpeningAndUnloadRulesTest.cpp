@@ -237,3 +237,41 @@ TEST(Unload, ARefusalAtStartClosesTheWindowSoThatTheProgramEnds) {
     w->removeEventFilter(&counter);
     QGuiApplication::setQuitOnLastWindowClosed(true);
 }
+
+TEST(BadInput, AShortColourFileIsReportedAndItsLinesAreWrittenBackAtUnload) {
+    clearFiles();
+    const QByteArray lines = "1,255,65280,1,1\r\n2,16777215,16777215,0,0\r\n3,16777215,16777215,0,0\r\n";
+    writeText(FilterColor_Path(), lines);
+    MsgBox::Recorder rec;
+    MainRun run({standFile("full-system.json")});
+    frmMain* w = run.start();
+    ASSERT_FALSE(rec.texts().isEmpty());
+    EXPECT_EQ(rec.texts().first(), QStringLiteral("FilterCube Init Error"));
+    EXPECT_TRUE(mainState().MicConnected);
+    EXPECT_EQ(mainState().mFColor.size(), 3);
+    // A cube event now finds no table: the dispatch's own message, no crash.
+    rec.clear();
+    w->micEvent_OnPropertyChanged(QStringLiteral("AppFilterBlockCassettePosition:1"));
+    EXPECT_EQ(rec.texts(), QStringList{QStringLiteral("Error : AppFilterBlockCassettePosition:1  check: Split problem")});
+    w->close();
+    EXPECT_EQ(readText(FilterColor_Path()), lines);
+}
+
+TEST(BadInput, ExtremeNumbersInTheMainIniStillGiveAWindowThatOpensAndSaves) {
+    clearFiles();
+    writeText(SettingsPaths::MainIni(),
+              "[Form_Position]\r\nTop=-99999999\r\nLeft=99999999999\r\nWidth=2147483647\r\nHeight=-5\r\n"
+              "Menu=-300\r\nOpen=7\r\n[Z Focus Drive]\r\nControlMax=zz\r\nControlMin=-1\r\n");
+    MsgBox::Recorder rec;
+    MainRun run({standFile("full-system.json")});
+    frmMain* w = run.start();
+    EXPECT_EQ(w->OpenMode, 7);
+    EXPECT_TRUE(w->ui->frmSub->isHidden()); // only 2 asks for the compact window
+    EXPECT_TRUE(mainState().MicConnected);
+    EXPECT_EQ(mainState().mZ.curScllMax, 0);               // "zz" reads as 0
+    EXPECT_EQ(mainState().mZ.curScllMin, mainState().mZ.MIN()); // -1: the drive's own
+    w->close();
+    EXPECT_TRUE(w->unloaded());
+    EXPECT_GT(iniInt(QStringLiteral("Form_Position"), QStringLiteral("Width")), 0);
+    EXPECT_EQ(iniInt(QStringLiteral("Form_Position"), QStringLiteral("Open")), 1);
+}
