@@ -1,6 +1,7 @@
 // The filter colour file: defaults without a file, the reader's position and
 // blank-line rules, its failures on short or broken files, and the exact bytes
 // the writer leaves.
+#include "core/base/ErrorNumberOf.h"
 #include "core/base/RunTimeError.h"
 #include "model/FilterColorFile.h"
 #include "model/WaveColor.h"
@@ -16,14 +17,6 @@
 
 namespace {
 
-int errorNumber(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const RunTimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
 
 QByteArray defaultLine(int n) {
     return QByteArray::number(n) + ",16777215,16777215,0,0\r\n";

@@ -1,5 +1,6 @@
 // The parameter objects of the devices: initial values, the validators with
 // their deliberate leniencies, the offset factors and the stop memories.
+#include "core/base/ErrorNumberOf.h"
 #include "core/base/RunTimeError.h"
 #include "model/clsDefAddControl.h"
 #include "model/clsDefBase.h"
@@ -16,14 +17,6 @@
 
 namespace {
 
-int errorNumber(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const RunTimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
 
 } // namespace
 

@@ -1,5 +1,6 @@
 // The stage model: both axes in half micrometres, memories and offsets with
 // their out-of-range answers, and the checks of typed counts.
+#include "core/base/ErrorNumberOf.h"
 #include "core/base/RunTimeError.h"
 #include "motion/model/clsDefXYControl.h"
 
@@ -7,17 +8,6 @@
 
 #include <cstdint>
 #include <functional>
-
-namespace {
-int errorNumber(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const RunTimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
-} // namespace
 
 TEST(XYControl, InitialValues) {
     clsDefXYControl xy;

@@ -1,5 +1,6 @@
 // The focus drive model: counts to micrometres, the cut two-decimal text, the
 // silent refusals of the origin and upper limit, and the focus memories.
+#include "core/base/ErrorNumberOf.h"
 #include "core/base/RunTimeError.h"
 #include "motion/model/clsDefZControl.h"
 
@@ -8,17 +9,6 @@
 #include <QLocale>
 #include <cstdint>
 #include <functional>
-
-namespace {
-int errorNumber(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const RunTimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
-} // namespace
 
 TEST(ZControl, InitialValues) {
     clsDefZControl z;

@@ -1,22 +1,12 @@
 // The record of one user observation method: initial values, the transfer of
 // the eleven positions, the user memories and the text forms.
+#include "core/base/ErrorNumberOf.h"
 #include "core/base/RunTimeError.h"
 #include "profiles/model/clsDefProfile.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-
-namespace {
-int errorNumber(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const RunTimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
-} // namespace
 
 TEST(Profile, NewRecordHasInitialValues) {
     clsDefProfile p;
