@@ -1,5 +1,6 @@
 #include "EventSpy.h"
 #include "main/widgets/usrButton.h"
+#include <QFontMetrics>
 
 #include <gtest/gtest.h>
 
@@ -224,4 +225,19 @@ TEST_F(Button, SettingPropertiesFromCodeRaisesNoEvent)
     b.Unlatch();
     b.setLatching(false);
     EXPECT_EQ(spy.total(), 0);
+}
+
+TEST(ButtonCaption, ACaptionFitsOnlyWhereTheFaceHoldsIt)
+{
+    usrButton b;
+    b.setCaption(QStringLiteral("EpiFS"));
+    showAt(b, 100, 30);
+    EXPECT_TRUE(b.CaptionFits());
+    b.resize(20, 30);
+    EXPECT_FALSE(b.CaptionFits());
+    // A low face (the compact lines) still holds a caption of one line.
+    b.resize(100, QFontMetrics(b.font()).height());
+    EXPECT_TRUE(b.CaptionFits());
+    b.resize(100, QFontMetrics(b.font()).height() - 3);
+    EXPECT_FALSE(b.CaptionFits());
 }

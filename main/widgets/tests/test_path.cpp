@@ -278,3 +278,19 @@ TEST_F(MainPath, DisabledDiagramTakesNoGesture)
     QTest::keyClick(&m, Qt::Key_F3);
     EXPECT_EQ(spy.total(), 0);
 }
+
+TEST_F(MainPath, EveryOutletCaptionIsWholeAtSmallAndLargeSizes)
+{
+    EXPECT_EQ(usrPath_M::OutletCaption(1), QStringLiteral("BINO"));
+    EXPECT_EQ(usrPath_M::OutletCaption(2), QStringLiteral("FRONT"));
+    EXPECT_EQ(usrPath_M::OutletCaption(3), QStringLiteral("REAR"));
+    for (QSize size : {QSize(300, 232), QSize(150, 116), QSize(600, 464)}) {
+        m.resize(size);
+        for (int16_t outlet = 1; outlet <= 3; ++outlet)
+            EXPECT_TRUE(m.OutletCaptionFits(outlet)) << outlet << " at " << size.width();
+    }
+    // Drawing it raises nothing.
+    EventSpy spy(&m);
+    m.grab();
+    EXPECT_EQ(spy.total(), 0);
+}
