@@ -3,7 +3,7 @@
 # but only those that are missing, so that a prepared machine is not touched.
 set -euo pipefail
 packages=(
-  build-essential cmake pkg-config
+  build-essential cmake pkg-config ccache
   qt6-base-dev qt6-base-dev-tools libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libsdl2-dev

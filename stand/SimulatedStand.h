@@ -14,7 +14,7 @@
 // as a QVariantList of 11 ints in the struct's order, SendCommand's reply as a
 // QString. Setters and methods answer an invalid QVariant.
 #include "stand/StandClock.h"
-#include "stand/StandControl.h"
+#include "core/service/StandControl.h"
 #include "stand/StandDescription.h"
 
 #include <QObject>

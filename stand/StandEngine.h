@@ -8,7 +8,7 @@
 // StandObservations.cpp (observation methods, custom values) and
 // StandCommands.cpp (raw commands).
 #include "stand/SimulatedStand.h"
-#include "stand/StandControl.h"
+#include "core/service/StandControl.h"
 #include "stand/StandDescription.h"
 #include "stand/devices/MotorAxis.h"
 

@@ -3,10 +3,11 @@
 // stage and focus positions, the same for a bare loop that sets the same
 // label texts (formatting included), their ratio, the time from start to
 // the connected and drawn panel, and resident memory.
-#include "core/MainState.h"
-#include "core/MsgBox.h"
-#include "core/ServiceFactory.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
+#include "state/ServiceSource.h"
 #include "main/app/frmMain.h"
+#include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
 
 #include <QApplication>
@@ -36,7 +37,9 @@ int main(int argc, char** argv) {
     MsgBox::Recorder quiet;
     SimulatedService service(StandClock::instant(),
                              {QStringLiteral(ZENTOR_STAND_DESCRIPTIONS "/full-system.json")});
-    ServiceFactory::useInProcessService(&service);
+    ServiceSource::setMaker([&service]() -> std::unique_ptr<MicroscopeService> {
+        return std::make_unique<SimulatedMicroscope>(&service);
+    });
     frmMain w(QStringList{QStringLiteral("zentor")});
     w.show();
     while (w.FirstActivate && !w.unloaded())
@@ -96,6 +99,6 @@ int main(int argc, char** argv) {
     std::printf("start to connected, drawn panel: %.0f ms (%dx%d)\n", startMs, drawn.width(), drawn.height());
     std::printf("resident memory: %.1f MB\n", residentKb() / 1024.0);
     w.close();
-    ServiceFactory::useInProcessService(nullptr);
+    ServiceSource::setMaker({});
     return 0;
 }

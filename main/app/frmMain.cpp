@@ -1,14 +1,14 @@
 #include "main/app/frmMain.h"
 
-#include "core/DeviceTables.h"
-#include "core/FormRegistry.h"
-#include "core/MainState.h"
-#include "core/MicroscopeList.h"
-#include "core/MsgBox.h"
-#include "core/UiHelpers.h"
+#include "state/DeviceTables.h"
+#include "state/FormRegistry.h"
+#include "state/MainState.h"
+#include "state/MicroscopeList.h"
+#include "state/MsgBox.h"
+#include "state/UiHelpers.h"
 #include "core/base/VbConvert.h"
 #include "core/base/mdlCommon.h"
-#include "core/mdlReadStatus.h"
+#include "state/mdlReadStatus.h"
 #include "core/settings/SettingsPaths.h"
 #include "main/app/SelScopeDlg.h"
 #include "main/widgets/Units.h"
@@ -118,10 +118,10 @@ void frmMain::Form_Load() {
     MainState& s = mainState();
     // Service calls wait up to an hour (3600000 ms) for a slow move: the bus
     // client blocks that long, and the in-process stand until its move is done.
-    services = ServiceFactory::createMainObjects();
+    services = ServiceSource::createMainObjects();
     s.micService = services.micService.get();
     micEvent = services.eventSource;
-    // Events arrive on micService itself while it is connected (see ServiceFactory.h).
+    // Events arrive on micService itself while it is connected (see state/ServiceSource.h).
     connect(micEvent, &MicroscopeService::OnPropertyChanged, this, &frmMain::micEvent_OnPropertyChanged);
 
     s.mObj = clsDefAddControl();

@@ -4,8 +4,8 @@
 // property-change dispatch that keeps the panel current, the status read, and
 // the liveness check when the window is activated again. The controls are
 // those of the embedded MainPanel; the device state lives in mainState().
-#include "core/ServiceFactory.h"
-#include "core/clsMutex.h"
+#include "state/ServiceSource.h"
+#include "state/clsMutex.h"
 #include "main/panel/MainPanel.h"
 
 #include <QHash>

@@ -4,10 +4,10 @@
 // open sub-panel with it.
 #include "main/app/frmMain.h"
 
-#include "core/DeviceTables.h"
-#include "core/FormRegistry.h"
-#include "core/MainState.h"
-#include "core/MsgBox.h"
+#include "state/DeviceTables.h"
+#include "state/FormRegistry.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
 #include "core/base/VbConvert.h"
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrPath_M.h"

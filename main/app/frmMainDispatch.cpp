@@ -4,9 +4,9 @@
 // device call.
 #include "main/app/frmMain.h"
 
-#include "core/FormRegistry.h"
-#include "core/MainState.h"
-#include "core/MsgBox.h"
+#include "state/FormRegistry.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
 #include "core/base/VbConvert.h"
 #include "main/widgets/usrPath_M.h"
 #include "model/FilterColorFile.h"

@@ -3,9 +3,9 @@
 // caption and observation entries; the device steps follow (frmMainDevices.cpp).
 #include "main/app/frmMain.h"
 
-#include "core/FormRegistry.h"
-#include "core/MainState.h"
-#include "core/MsgBox.h"
+#include "state/FormRegistry.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrPath_M.h"
 

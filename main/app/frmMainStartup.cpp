@@ -3,11 +3,11 @@
 // and the present value of every fitted device.
 #include "main/app/frmMain.h"
 
-#include "core/MainState.h"
-#include "core/MsgBox.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
 #include "core/base/VbConvert.h"
 #include "core/base/mdlCommon.h"
-#include "core/mdlReadStatus.h"
+#include "state/mdlReadStatus.h"
 
 #include <QSettings>
 

@@ -2,6 +2,7 @@
 // Command line: /SIM (the service's simulated microscope), /C (compact
 // window), or the name of a microscope.
 #include "core/base/mdlCommon.h"
+#include "main/app/ServiceChoice.h"
 #include "main/app/frmMain.h"
 
 #include <QApplication>
@@ -25,6 +26,8 @@ void onTerminate(int) {
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Zentor"));
+    // The composition root: the bus client, or the stand in process.
+    ServiceChoice::install();
 
     frmMain window(Common_Args());
 

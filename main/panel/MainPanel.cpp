@@ -1,7 +1,7 @@
 #include "main/panel/MainPanel.h"
 
-#include "core/MainState.h"
-#include "core/MsgBox.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
 #include "core/base/RunTimeError.h"
 #include "core/base/VbConvert.h"
 #include "main/panel/PanelLayout.h"

@@ -2,7 +2,7 @@
 // Fault injection of one microscope inside the service process, over the bus
 // (interface org.zentor.StandControl of the microscope's object). For tests:
 // the conformance suite injects faults into the service process through it.
-#include "stand/StandControl.h"
+#include "core/service/StandControl.h"
 
 #include <QDBusConnection>
 #include <QString>

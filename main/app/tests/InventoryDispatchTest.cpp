@@ -2,7 +2,7 @@
 // the main window, against the simulated stand.
 #include "MainWindowTestSupport.h"
 
-#include "core/FormRegistry.h"
+#include "state/FormRegistry.h"
 #include "core/base/VbConvert.h"
 #include "main/widgets/Units.h"
 #include "core/settings/SettingsPaths.h"

@@ -1,11 +1,12 @@
 #pragma once
 // Starting the main window against a simulated service in this process, with
 // every message box recorded.
-#include "core/MainState.h"
-#include "core/MsgBox.h"
-#include "core/ServiceFactory.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
+#include "state/ServiceSource.h"
 #include "main/app/SelScopeDlg.h"
 #include "main/app/frmMain.h"
+#include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
 
 #include <QApplication>
@@ -79,11 +80,14 @@ struct MainRun {
 
     explicit MainRun(const QStringList& descriptions) {
         service = std::make_unique<SimulatedService>(StandClock::instant(), descriptions);
-        ServiceFactory::useInProcessService(service.get());
+        SimulatedService* shared = service.get();
+        ServiceSource::setMaker([shared]() -> std::unique_ptr<MicroscopeService> {
+            return std::make_unique<SimulatedMicroscope>(shared);
+        });
     }
     ~MainRun() {
         w.reset();
-        ServiceFactory::useInProcessService(nullptr);
+        ServiceSource::setMaker({});
     }
     // Loads the window with this command line (without the program) and
     // shows it; returns once the first activation has run.

@@ -2,8 +2,8 @@
 // main window, against the simulated stand with the shipped descriptions.
 #include "MainWindowTestSupport.h"
 
-#include "core/FormRegistry.h"
-#include "core/clsMutex.h"
+#include "state/FormRegistry.h"
+#include "state/clsMutex.h"
 #include "core/settings/SettingsPaths.h"
 #include "main/widgets/Units.h"
 #include "main/widgets/usrButton.h"

@@ -4,7 +4,7 @@
 //   panel_preview [output folder]   (default /work/screens/layout)
 // The labels are written as the dispatch writes them: the large panel's
 // analyzer and shutter labels are left to the drawing.
-#include "core/MainState.h"
+#include "state/MainState.h"
 #include "main/panel/MainPanel.h"
 #include "main/widgets/usrPath_M.h"
 

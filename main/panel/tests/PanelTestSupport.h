@@ -1,8 +1,8 @@
 #pragma once
 // Shared set-up of the panel tests: a fresh process-wide state, and a
 // simulated microscope opened in process.
-#include "core/MainState.h"
-#include "core/MsgBox.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
 #include "main/panel/MainPanel.h"
 #include "main/widgets/Units.h"
 #include "stand/SimulatedMicroscope.h"

@@ -1,7 +1,7 @@
 // The observation entries: clicks, colours, hover and the marking of the
 // active method.
 #include "PanelTestSupport.h"
-#include "stand/StandControl.h"
+#include "core/service/StandControl.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The device frames close up when Init shows only part of a system, the
 // numbers that are fixed (shutter on the drawing, selector places) stay, and
 // every caption of both looks is drawn whole at the window's default size.
-#include "core/MainState.h"
+#include "state/MainState.h"
 #include "main/panel/MainPanel.h"
 #include "main/panel/PanelLayout.h"
 #include "main/widgets/Units.h"

@@ -4,7 +4,7 @@
 #include "main/widgets/usrAddress.h"
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrPath_M.h"
-#include "stand/StandControl.h"
+#include "core/service/StandControl.h"
 
 namespace {
 

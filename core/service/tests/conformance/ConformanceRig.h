@@ -8,7 +8,7 @@
 // are in the folder named by the compile definition ZENTOR_STAND_DESCRIPTIONS.
 #include "core/service/FiberService.h"
 #include "core/service/MicroscopeService.h"
-#include "stand/StandControl.h"
+#include "core/service/StandControl.h"
 
 #include <QStringList>
 #include <functional>

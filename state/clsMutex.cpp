@@ -1,4 +1,4 @@
-#include "core/clsMutex.h"
+#include "state/clsMutex.h"
 
 #include "core/base/RunTimeError.h"
 

@@ -1,4 +1,4 @@
-#include "core/MsgBox.h"
+#include "state/MsgBox.h"
 
 #include <QApplication>
 #include <QMessageBox>

@@ -1,6 +1,6 @@
 #pragma once
 // Reading back what the stand stores for the custom observation methods.
-#include "core/MainState.h"
+#include "state/MainState.h"
 
 // For each user observation 7 to 12 and each nosepiece address from mObj.MIN
 // to mObj.MAX (never above 7), reads the stored aperture stop, field stop and

@@ -1,6 +1,6 @@
-#include "core/mdlReadStatus.h"
+#include "state/mdlReadStatus.h"
 
-#include "core/MsgBox.h"
+#include "state/MsgBox.h"
 
 #include <algorithm>
 

@@ -9,7 +9,7 @@
 // Each answers whether the device is mounted. When the service answers 0 the
 // loader sets SETUP to 0 and loads nothing, and the caller hides the device's
 // two frames.
-#include "core/MainState.h"
+#include "state/MainState.h"
 
 // Nosepiece: limits of limit index 1, the link state, the seven objective
 // arrays; afterwards mObj.MAX is the number of positions delivered.

@@ -1,4 +1,4 @@
-#include "core/MainState.h"
+#include "state/MainState.h"
 
 MainState& mainState() {
     static MainState state;

@@ -1,16 +1,17 @@
-#include "core/ServiceFactory.h"
+#include "main/app/ServiceChoice.h"
 
 #include "core/service/dbus/DBusMicroscopeService.h"
 #include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
+#include "state/ServiceSource.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <memory>
 
-namespace ServiceFactory {
+namespace ServiceChoice {
 namespace {
 
-SimulatedService* g_handedIn = nullptr;
 std::unique_ptr<SimulatedService> g_owned;
 
 QString envText(const char* name) { return qEnvironmentVariable(name).trimmed(); }
@@ -43,35 +44,27 @@ QStringList descriptionFiles(const QString& folder) {
 }
 
 Kind kind() {
-    if (g_handedIn)
-        return Kind::InProcess;
     return envText("ZENTOR_SERVICE").compare(QLatin1String("inprocess"), Qt::CaseInsensitive) == 0
                ? Kind::InProcess
                : Kind::DBus;
 }
 
-void useInProcessService(SimulatedService* service) { g_handedIn = service; }
-
 SimulatedService* inProcessService() {
-    if (g_handedIn)
-        return g_handedIn;
     if (!g_owned)
         g_owned = std::make_unique<SimulatedService>(clockFromEnvironment(), descriptionFiles());
     return g_owned.get();
 }
 
-std::unique_ptr<MicroscopeService> create() {
-    if (kind() == Kind::InProcess)
-        return std::make_unique<SimulatedMicroscope>(inProcessService());
-    return std::make_unique<DBusMicroscopeService>();
+void install() {
+    if (kind() == Kind::InProcess) {
+        ServiceSource::setMaker([]() -> std::unique_ptr<MicroscopeService> {
+            return std::make_unique<SimulatedMicroscope>(inProcessService());
+        });
+    } else {
+        ServiceSource::setMaker([]() -> std::unique_ptr<MicroscopeService> {
+            return std::make_unique<DBusMicroscopeService>();
+        });
+    }
 }
 
-ServiceObjects createMainObjects() {
-    ServiceObjects objects;
-    objects.micService = create();
-    objects.MicHold = create();
-    objects.eventSource = objects.micService.get();
-    return objects;
-}
-
-} // namespace ServiceFactory
+} // namespace ServiceChoice

@@ -1,12 +1,12 @@
-// The pieces of the core that the main window builds on: where the service
-// objects come from, the device table loaders, the custom value read, the
+// The pieces of the application state that the main window builds on: where
+// the service objects come from, the device table loaders, the custom value read, the
 // form registry and the dropping of queued input.
-#include "core/DeviceTables.h"
-#include "core/FormRegistry.h"
-#include "core/MsgBox.h"
-#include "core/ServiceFactory.h"
-#include "core/UiHelpers.h"
-#include "core/mdlReadStatus.h"
+#include "state/DeviceTables.h"
+#include "state/FormRegistry.h"
+#include "state/MsgBox.h"
+#include "state/ServiceSource.h"
+#include "state/UiHelpers.h"
+#include "state/mdlReadStatus.h"
 #include "model/FilterColorFile.h"
 #include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
@@ -47,18 +47,18 @@ void writeFile(const QString& path, const QByteArray& bytes) {
 
 } // namespace
 
-TEST(ServiceFactory, TheRunningApplicationUsesTheBusUnlessToldOtherwise) {
-    qunsetenv("ZENTOR_SERVICE");
-    EXPECT_EQ(ServiceFactory::kind(), ServiceFactory::Kind::DBus);
-    qputenv("ZENTOR_SERVICE", "InProcess");
-    EXPECT_EQ(ServiceFactory::kind(), ServiceFactory::Kind::InProcess);
-    qunsetenv("ZENTOR_SERVICE");
+TEST(ServiceSource, WithoutAChoiceOfTheExecutableNoObjectIsMade) {
+    ServiceSource::setMaker({});
+    EXPECT_FALSE(ServiceSource::hasMaker());
+    EXPECT_THROW(ServiceSource::create(), RunTimeError);
 }
 
-TEST(ServiceFactory, HandedInServiceIsSharedByAllThreeObjectsAndEventsComeFromMicService) {
+TEST(ServiceSource, HandedInServiceIsSharedByAllThreeObjectsAndEventsComeFromMicService) {
     SimulatedService service(StandClock::instant(), {description("full-system.json")});
-    ServiceFactory::useInProcessService(&service);
-    ServiceObjects o = ServiceFactory::createMainObjects();
+    ServiceSource::setMaker([&service]() -> std::unique_ptr<MicroscopeService> {
+        return std::make_unique<SimulatedMicroscope>(&service);
+    });
+    ServiceObjects o = ServiceSource::createMainObjects();
     ASSERT_TRUE(o.micService && o.MicHold);
     EXPECT_EQ(o.eventSource, o.micService.get());
     EXPECT_EQ(o.micService->GetDeviceNames().size(), 2);
@@ -70,15 +70,7 @@ TEST(ServiceFactory, HandedInServiceIsSharedByAllThreeObjectsAndEventsComeFromMi
     EXPECT_TRUE(spy.first().at(0).toString().startsWith(QLatin1String("AppNosepiecePosition:")));
     o.micService->Disconnect();
     o.MicHold->Disconnect();
-    ServiceFactory::useInProcessService(nullptr);
-}
-
-TEST(ServiceFactory, DescriptionFilesAreTheShippedOnesInNameOrder) {
-    const QStringList files = ServiceFactory::descriptionFiles();
-    ASSERT_GE(files.size(), 8);
-    QStringList sorted = files;
-    sorted.sort();
-    EXPECT_EQ(files, sorted);
+    ServiceSource::setMaker({});
 }
 
 TEST(ObjectiveDataInit, FillsTheTableAndTakesTheNumberOfPositionsAsMaximum) {

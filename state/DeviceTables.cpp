@@ -1,7 +1,7 @@
-#include "core/DeviceTables.h"
+#include "state/DeviceTables.h"
 
-#include "core/MsgBox.h"
-#include "core/UiHelpers.h"
+#include "state/MsgBox.h"
+#include "state/UiHelpers.h"
 #include "core/base/VbConvert.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "core/MicroscopeList.h"
+#include "state/MicroscopeList.h"
 
 CommandLineRequest parseCommandLine(const QStringList& args, const QStringList& names) {
     CommandLineRequest r;

@@ -1,4 +1,4 @@
-#include "core/UiHelpers.h"
+#include "state/UiHelpers.h"
 
 #include <QApplication>
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "core/FormRegistry.h"
+#include "state/FormRegistry.h"
 
 #include <QHash>
 #include <algorithm>

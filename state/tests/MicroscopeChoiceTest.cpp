@@ -1,4 +1,4 @@
-#include "core/MicroscopeList.h"
+#include "state/MicroscopeList.h"
 
 #include <gtest/gtest.h>
 

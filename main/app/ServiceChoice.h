@@ -1,0 +1,34 @@
+#pragma once
+// The executables' choice of the microscope service, made next to their
+// main(): the service process on the session bus (DBusMicroscopeService) for
+// the running application, or, with ZENTOR_SERVICE=inprocess, the simulated
+// stand inside this process (SimulatedMicroscope objects on one shared
+// SimulatedService, so that every object of the process sees the same stands,
+// as clients of the service process do). Libraries never decide this; they
+// get their objects through ServiceSource.
+#include <QString>
+#include <QStringList>
+
+class SimulatedService;
+
+namespace ServiceChoice {
+
+enum class Kind { DBus, InProcess };
+
+// DBus unless ZENTOR_SERVICE is "inprocess" (any case).
+Kind kind();
+
+// Hands the maker of the chosen kind to ServiceSource.
+void install();
+
+// The simulated service the in-process objects share; made on first use from
+// the stand descriptions in ZENTOR_STAND_DESCRIPTIONS (a folder of *.json,
+// the shipped descriptions when unset), at the speed ZENTOR_STAND_SPEED
+// (0 instant; real time when unset). A description that does not load throws
+// RunTimeError naming the file.
+SimulatedService* inProcessService();
+
+// The descriptions an in-process service is built from, index 1.. in order.
+QStringList descriptionFiles(const QString& folder = QString());
+
+} // namespace ServiceChoice
