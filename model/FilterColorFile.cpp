@@ -1,5 +1,7 @@
 #include "model/FilterColorFile.h"
 
+#include "core/base/WholeFile.h"
+
 #include "core/base/RunTimeError.h"
 #include "core/base/VbConvert.h"
 
@@ -98,10 +100,6 @@ void FilterColor_Read(FilterColorList& mFColor, const QString& path) {
 bool FilterColor_Write(const FilterColorList& mFColor, bool connected, const QString& path) {
     if (!connected)
         return false;
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
     QByteArray bytes;
     const int count = std::min<int>(kFilterColorCount, static_cast<int>(mFColor.size()));
     for (int n = 1; n <= count; ++n) {
@@ -110,7 +108,6 @@ bool FilterColor_Write(const FilterColorList& mFColor, bool connected, const QSt
                  QByteArray::number(r.BaColor()) + ',' + QByteArray::number(r.E_SET()) + ',' +
                  QByteArray::number(r.B_SET()) + "\r\n";
     }
-    const bool written = file.write(bytes) == bytes.size();
-    file.close();
-    return written && count == kFilterColorCount && file.error() == QFile::NoError;
+    // A short table is still written (whole), but reported as not written in full.
+    return WholeFile::write(path, bytes) && count == kFilterColorCount;
 }

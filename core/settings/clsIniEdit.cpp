@@ -1,9 +1,10 @@
 #include "core/settings/clsIniEdit.h"
 
+#include "core/base/WholeFile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <vector>
 
@@ -154,22 +155,7 @@ Load loadFile(const QString& path, QByteArray& data) {
     return f.error() == QFileDevice::NoError ? Load::Ok : Load::Failed;
 }
 
-bool saveFile(const QString& path, const QByteArray& data) {
-    if (path.isEmpty())
-        return false;
-    const QFileInfo info(path);
-    if (!QDir().mkpath(info.absolutePath()))
-        return false;
-    QSaveFile f(path);
-    f.setDirectWriteFallback(true);
-    if (!f.open(QIODevice::WriteOnly))
-        return false;
-    if (f.write(data) != data.size()) {
-        f.cancelWriting();
-        return false;
-    }
-    return f.commit();
-}
+bool saveFile(const QString& path, const QByteArray& data) { return WholeFile::write(path, data); }
 
 // A NUL-separated, double-NUL-terminated list as the platform hands it over,
 // cut to a buffer of `size` characters: a list too long for it ends in a cut
