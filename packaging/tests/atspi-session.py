@@ -27,6 +27,9 @@ def wait_for(what, probe, timeout=TIMEOUT, fatal=True):
     end = time.monotonic() + timeout
     while time.monotonic() < end:
         try:
+            # This client runs no event loop, so the cache of AT-SPI would
+            # keep what it saw first: every look asks the program anew.
+            pyatspi.Registry.getDesktop(0).clear_cache()
             found = probe()
         except Exception:  # an object that went away while we looked
             found = None
