@@ -37,4 +37,12 @@ PATH="$prefix/bin:/usr/bin:/bin" dbus-run-session --config-file="$conf" -- \
 cam="$XDG_DATA_HOME/Korvu/Shared/Data/Zentor/Camera.ini"
 cmp -s "$cam" "$prefix/share/zentor/Camera.ini" || fail "the first run did not copy the installed Camera.ini"
 [ -f "$XDG_DATA_HOME/Korvu/MavrelTools/Zentor.ini" ] || fail "no Zentor.ini after the orderly close"
+
+# An installation that lost its delivered files (Camera.ini, the stand
+# descriptions) still opens the simulated microscope on a first run; the
+# camera names take their defaults.
+rm -rf "$prefix/share/zentor" "$XDG_DATA_HOME/Korvu"
+PATH="$prefix/bin:/usr/bin:/bin" dbus-run-session --config-file="$conf" -- \
+  "$here/run-window.sh" "$prefix/bin/zentor" || fail "the panel does not start without its delivered files"
+[ ! -e "$cam" ] || fail "a Camera.ini appeared from nowhere"
 echo "PASS"
