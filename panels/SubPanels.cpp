@@ -4,6 +4,7 @@
 #include "state/FormRegistry.h"
 #include "state/MainState.h"
 #include "core/base/VbConvert.h"
+#include "main/widgets/FocusHandBack.h"
 #include "main/widgets/Units.h"
 #include "main/widgets/usrButton.h"
 
@@ -140,6 +141,9 @@ QWidget* open(const QString& formName, int16_t index)
 
     panel->setVisible(true);
     Panels_OnTop(panel);
+    // The panel takes the keyboard focus and gives it back to the pressed
+    // twin when it goes, so an operator on the keyboard goes on where they were.
+    FocusHandBack::open(panel, nullptr, pair[index == 1 ? 1 : 0]);
     return panel;
 }
 

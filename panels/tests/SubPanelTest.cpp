@@ -4,6 +4,7 @@
 // microscope.
 #include "panels/tests/PanelRig.h"
 #include "panels/StopPanel.h"
+#include "main/widgets/FocusHandBack.h"
 #include "main/widgets/PanelControls.h"
 #include "main/widgets/usrXscroll.h"
 
@@ -212,4 +213,22 @@ TEST(PanelPictures, EveryPanelDrawsWithTheServicesValues) {
         EXPECT_TRUE(panel->grab().save(dir + QLatin1Char('/') + form + QStringLiteral(".png")));
         FormRegistry::unload(form);
     }
+}
+
+TEST(SubPanel, OpenedFromTheKeyboardItTakesTheFocusAndGivesItBackWhenItCloses) {
+    PanelRig rig;
+    auto [large, compact] = rig.buttons(kAp);
+    rig.owner.activateWindow();
+    large->setFocus();
+    pumpEvents();
+    QTest::keyClick(large, Qt::Key_Space);
+    pumpEvents();
+    auto* panel = qobject_cast<frmSubAp*>(FormRegistry::loaded(kAp));
+    ASSERT_NE(panel, nullptr);
+    EXPECT_TRUE(panel->isAncestorOf(QApplication::focusWidget())) << "the panel has the focus";
+    EXPECT_EQ(FocusHandBack::openerOf(panel), large);
+    QTest::keyClick(panel->btnClose, Qt::Key_Space);
+    pumpEvents(50);
+    EXPECT_EQ(FormRegistry::loaded(kAp), nullptr);
+    EXPECT_EQ(QApplication::focusWidget(), large);
 }
