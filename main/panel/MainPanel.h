@@ -14,7 +14,7 @@
 // marking of the active observation. Start-up, Init, the property dispatch
 // and the status read belong to frmMain, which reaches the controls through
 // these public members.
-#include "main/panel/PanelControls.h"
+#include "main/widgets/PanelControls.h"
 
 #include <QListWidget>
 #include <QScrollBar>
@@ -247,6 +247,11 @@ public:
 
     void labObserve_Click(int16_t Index);
     void labObserveU_Click(int16_t Index);
+    // Opens the profile editor (MainPanelProfiles.cpp).
+    void btnProfile_Click();
+    // A filter's colour area on the drawing, or its EX / BA button: left
+    // opens the colour picker, right goes back to the wavelength's colour.
+    void usrMainPath_ColorPicked(int16_t Filter, int16_t Button);
     void btnObserve_MouseMove(int16_t Index);
     void labObserveU_MouseMove(int16_t Index);
     void frmObserve_MouseMove(float X);
@@ -299,6 +304,9 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // Tab order, menu letters, focus of the selector, accessible names
+    // (PanelAccess.cpp).
+    void setUpKeyboardAndNames();
     void buildMenu();
     void buildLargePanel();
     void buildCompactPanel();
