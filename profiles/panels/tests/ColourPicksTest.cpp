@@ -22,6 +22,8 @@ QString cubeStand() {
         "filters": [{"number": 1, "name": "NONE", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""},
                     {"number": 3, "name": "U-FBW", "reiki": 100, "dm": 5, "kyusyu": 101,
                      "ex": "BP460-490", "dmName": "DM505", "ba": "BA510"},
+                    {"number": 7, "name": "Other", "reiki": 250, "dm": 0, "kyusyu": 250,
+                     "ex": "EX470/40", "dmName": "", "ba": "BA520"},
                     {"number": 0, "name": "", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""}]})");
     return path;
 }
@@ -171,4 +173,15 @@ TEST_F(ColourTest, NoPickerOpensForACubeWithoutAFilter) {
     mainState().mFilter.setAddress(1);
     usrButton anchor;
     EXPECT_EQ(ColourPicker::open(ColourPicks::Excitation, &path, &anchor), nullptr);
+}
+
+TEST_F(ColourTest, ACubeCodedTwoHundredFiftyLeavesTheDrawingUntouchedAndOffersNoPicker) {
+    mainState().mFilter.setAddress(3);
+    int32_t l = 0, r = 0;
+    ColourPicks::Color_Set(mainState(), &path, ColourPicks::Excitation, l, r);
+    ColourPicks::Color_Set(mainState(), &path, ColourPicks::Barrier, l, r);
+    EXPECT_EQ(path.ExColor(), Wave_RGB(475));
+    EXPECT_EQ(path.BaColor(), Wave_RGB(510));
+    usrButton anchor;
+    EXPECT_EQ(ColourPicker::open(ColourPicks::Barrier, &path, &anchor), nullptr);
 }

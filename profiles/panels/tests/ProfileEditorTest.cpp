@@ -494,3 +494,24 @@ TEST_F(EditorTest, EveryControlHasAnAccessibleNameAndAPlaceInTheTabOrder) {
     EXPECT_LT(seen.indexOf("ND filter"), seen.indexOf("Take the current status"));
     EXPECT_LT(seen.indexOf("Save to a file"), seen.indexOf("Close"));
 }
+
+TEST_F(EditorTest, ANameTooLongForTheStandFromAFileIsRefusedWholeWhenSent) {
+    const QString path = saved("long-name.txt");
+    const QByteArray longName(70, 'N');
+    writeFile(path, defaultFile(6).replace("1,User,", "1," + longName + ","));
+    openStand();
+    mic->setObservationName(7, QStringLiteral("before"));
+    mic->setObservationPosition(7, ObservationPositions{0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0});
+    frmProfile* f = openEditor();
+    Dialogs::Answerer answer([&](Dialogs::Kind) { return path; });
+    click(f->btnRead);
+    // The file's name is the record's, whatever its length; the box shows it.
+    EXPECT_EQ(f->items()[0].Name(), QString::fromLatin1(longName));
+    EXPECT_EQ(f->txtSel->text(), QString::fromLatin1(longName));
+    recorder->clear();
+    click(f->btnSend);
+    EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("Observation_Position Send Error")});
+    EXPECT_EQ(mic->ObservationName(7), QStringLiteral("before"));
+    EXPECT_EQ(mic->ObservationPosition(7).objective, 2);
+    EXPECT_TRUE(f->isEnabled());
+}
