@@ -131,10 +131,22 @@ void SubPanel::unload()
     if (m_unloading)
         return;
     m_unloading = true;
+    // The keyboard focus goes back to the button that opened the panel, once
+    // the panel is gone (activating the main window while the panel's own
+    // window still goes away would leave the window system pointing at it).
+    QPointer<QWidget> opener;
+    if (isActiveWindow())
+        opener = SubPanels::twin(m_formName, m_openedBy);
     hide();
     // Not destroyed from inside its own handler: the gesture that asked for
     // it is still on the stack.
-    QTimer::singleShot(0, this, [name = m_formName] { FormRegistry::unload(name); });
+    QTimer::singleShot(0, qApp, [name = m_formName, opener] {
+        FormRegistry::unload(name);
+        if (opener && opener->isVisible() && opener->isEnabled()) {
+            opener->window()->activateWindow();
+            opener->setFocus(Qt::OtherFocusReason);
+        }
+    });
 }
 
 bool SubPanel::event(QEvent* e)

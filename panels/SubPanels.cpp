@@ -4,7 +4,6 @@
 #include "state/FormRegistry.h"
 #include "state/MainState.h"
 #include "core/base/VbConvert.h"
-#include "main/widgets/FocusHandBack.h"
 #include "main/widgets/Units.h"
 #include "main/widgets/usrButton.h"
 
@@ -141,10 +140,22 @@ QWidget* open(const QString& formName, int16_t index)
 
     panel->setVisible(true);
     Panels_OnTop(panel);
-    // The panel takes the keyboard focus and gives it back to the pressed
-    // twin when it goes, so an operator on the keyboard goes on where they were.
-    FocusHandBack::open(panel, nullptr, pair[index == 1 ? 1 : 0]);
+    // The panel takes the keyboard focus (its first control); it gives it
+    // back to the pressed twin when it is unloaded (SubPanel::unload).
+    for (QWidget* w = panel->nextInFocusChain(); w && w != panel; w = w->nextInFocusChain()) {
+        if (panel->isAncestorOf(w) && w->isVisible() && w->isEnabled() && (w->focusPolicy() & Qt::TabFocus)) {
+            // w->setFocus(Qt::OtherFocusReason);
+            break;
+        }
+    }
     return panel;
+}
+
+usrButton* twin(const QString& formName, int16_t index)
+{
+    if (index != 0 && index != 1)
+        return nullptr;
+    return twins().value(formName)[index];
 }
 
 void unlatchTwins(const QString& formName)

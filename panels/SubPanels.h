@@ -27,6 +27,9 @@ void attach(const QString& formName, usrButton* large, usrButton* compact, Opens
 // Answers the panel, or nullptr when its library registered no form.
 QWidget* open(const QString& formName, int16_t index);
 
+// Twin `index` (0 large, 1 compact) of a panel, or nullptr.
+usrButton* twin(const QString& formName, int16_t index);
+
 // Lets both twin buttons of a panel up, without raising any event.
 void unlatchTwins(const QString& formName);
 
