@@ -1,6 +1,8 @@
 #include "panels/DevicePanels.h"
 
+#include "panels/LampPanel.h"
 #include "panels/StopPanel.h"
+#include "panels/ZoomPanel.h"
 #include "state/FormRegistry.h"
 
 #include <QPointer>
@@ -18,4 +20,8 @@ void registerDevicePanels(QWidget* owner)
 {
     creator<frmSubAp>("frmSubAp", owner);
     creator<frmSubFS>("frmSubFS", owner);
+    creator<frmSubEpiFS>("frmSubEpiFS", owner);
+    creator<frmSubND>("frmSubND", owner);
+    creator<frmSubLamp>("frmSubLamp", owner);
+    creator<frmSubZoom>("frmSubZoom", owner);
 }

@@ -3,6 +3,7 @@
 #include "main/widgets/PanelControls.h"
 #include "main/widgets/Units.h"
 #include "main/widgets/WidgetLook.h"
+#include "main/widgets/usrButton.h"
 
 #include <QFont>
 #include <QPalette>
@@ -48,6 +49,16 @@ PanelLabel* caption(QWidget* parent, const QString& text)
     l->setTransparent(true);
     l->setForeColor(kDimText);
     return l;
+}
+
+usrButton* oneShot(QWidget* parent, const char* name, const QString& caption, const QString& accessibleName)
+{
+    auto* b = new usrButton(parent);
+    b->setObjectName(QLatin1String(name));
+    b->setLatching(false);
+    b->setCaption(caption);
+    b->setAccessibleName(accessibleName);
+    return b;
 }
 
 } // namespace panelLook

@@ -7,6 +7,7 @@
 class QLabel;
 class QWidget;
 class PanelLabel;
+class usrButton;
 
 namespace panelLook {
 
@@ -16,5 +17,8 @@ void applyTo(QWidget* panel);
 PanelLabel* valueLabel(QWidget* parent, const QString& name, const QString& accessibleName);
 // A plain caption (names of linked devices, units).
 PanelLabel* caption(QWidget* parent, const QString& text);
+// A one-shot button of a panel (Reset, Memory, On): it comes up by itself,
+// and its owner acts on Released.
+usrButton* oneShot(QWidget* parent, const char* name, const QString& caption, const QString& accessibleName);
 
 } // namespace panelLook
