@@ -8,7 +8,6 @@
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrXscroll.h"
 
-#include <QGridLayout>
 #include <QHBoxLayout>
 
 namespace {
@@ -42,15 +41,7 @@ frmSubLamp::frmSubLamp(QWidget* owner) : SubPanel(QStringLiteral("frmSubLamp"), 
     inFrame->addWidget(usrScroll, 1);
     inFrame->addWidget(btnReset);
 
-    auto* grid = new QGridLayout(this);
-    grid->setContentsMargins(10, 10, 10, 10);
-    grid->setHorizontalSpacing(8);
-    grid->setVerticalSpacing(8);
-    grid->addWidget(frmLamp, 0, 0, 1, 3);
-    grid->addWidget(txtSel, 0, 3);
-    grid->addWidget(btnOn, 1, 0);
-    grid->addWidget(btnClose, 1, 3, Qt::AlignRight);
-    grid->setColumnStretch(2, 1);
+    panelLook::sliderLayout(this, frmLamp, txtSel, {btnOn}, btnClose);
     setTabOrder(btnOn, usrScroll);
     setTabOrder(usrScroll, btnReset);
     setTabOrder(btnReset, btnClose);

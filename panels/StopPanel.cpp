@@ -8,7 +8,6 @@
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrXscroll.h"
 
-#include <QGridLayout>
 
 namespace {
 
@@ -59,25 +58,11 @@ StopPanel::StopPanel(const StopRow& row, QWidget* owner)
                                   QStringLiteral("Return to the remembered %1").arg(what));
     btnClose = makeCloseButton();
 
-    auto* grid = new QGridLayout(this);
-    grid->setContentsMargins(10, 10, 10, 10);
-    grid->setHorizontalSpacing(8);
-    grid->setVerticalSpacing(8);
-    grid->addWidget(usrScroll, 0, 0, 1, 3);
-    grid->addWidget(txtSel, 0, 3);
+    QList<QWidget*> buttons;
     if (BtnMemory)
-        grid->addWidget(BtnMemory, 1, 0);
-    grid->addWidget(btnReset, 1, BtnMemory ? 1 : 0);
-    grid->addWidget(btnClose, 1, 3, Qt::AlignRight);
-    grid->setColumnStretch(2, 1);
-    QWidget* previous = usrScroll;
-    for (QWidget* next : {static_cast<QWidget*>(BtnMemory), static_cast<QWidget*>(btnReset),
-                          static_cast<QWidget*>(btnClose)}) {
-        if (!next)
-            continue;
-        setTabOrder(previous, next);
-        previous = next;
-    }
+        buttons << BtnMemory;
+    buttons << btnReset;
+    panelLook::sliderLayout(this, usrScroll, txtSel, buttons, btnClose);
 
     // Gestures go to the service; the slider shows what the service reports.
     if (row.stepDown)

@@ -10,7 +10,6 @@
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrXscroll.h"
 
-#include <QGridLayout>
 
 namespace {
 constexpr int16_t kRearPort = 3;
@@ -32,19 +31,7 @@ frmSubZoom::frmSubZoom(QWidget* owner) : SubPanel(QStringLiteral("frmSubZoom"), 
     chkLink->setToolTip(QStringLiteral("On the rear port the zoom moves only with this link"));
     btnClose = makeCloseButton();
 
-    auto* grid = new QGridLayout(this);
-    grid->setContentsMargins(10, 10, 10, 10);
-    grid->setHorizontalSpacing(8);
-    grid->setVerticalSpacing(8);
-    grid->addWidget(usrScroll, 0, 0, 1, 3);
-    grid->addWidget(txtSel, 0, 3);
-    grid->addWidget(btnReset, 1, 0);
-    grid->addWidget(chkLink, 1, 1);
-    grid->addWidget(btnClose, 1, 3, Qt::AlignRight);
-    grid->setColumnStretch(2, 1);
-    setTabOrder(usrScroll, btnReset);
-    setTabOrder(btnReset, chkLink);
-    setTabOrder(chkLink, btnClose);
+    panelLook::sliderLayout(this, usrScroll, txtSel, {btnReset, chkLink}, btnClose);
 
     connectSliderGestures(
         usrScroll, this, [] { return state().mZoom.AMOUNT(); }, [this](double v) { ZoomValue_Set(v); });
