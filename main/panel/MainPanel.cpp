@@ -118,6 +118,7 @@ MainPanel::MainPanel(QWidget* parent) : QWidget(parent)
     ZoomClickDefault = imgClick->Left();
 
     wire();
+    setUpKeyboardAndNames();
     captureColumns();
     // Labels the dispatch leaves empty where the drawing already tells the
     // state: a dim hint says it in words (the analyzer of the large panel,
@@ -1150,6 +1151,16 @@ void MainPanel::txtAdd_AddressPicked(int16_t Address)
 {
     MainState& st = mainState();
     BusyWindow busy(window(), false);
+    // The keyboard stays in the selector while txtAdd waits for the move, so
+    // that it goes back to the arrow that opened it when the selector closes.
+    const bool keyboardHere = txtAdd->hasFocus();
+    if (keyboardHere)
+        picSelect->setFocus(Qt::OtherFocusReason);
+    auto enableAgain = [&] {
+        txtAdd->setEnabled(true);
+        if (keyboardHere && !picSelect->isHidden())
+            txtAdd->setFocus(Qt::OtherFocusReason);
+    };
     txtAdd->setEnabled(false);
     try {
         if (st.MicConnected && st.micService) {
@@ -1161,15 +1172,15 @@ void MainPanel::txtAdd_AddressPicked(int16_t Address)
             }
         }
         CloseSelectors();
-        txtAdd->setEnabled(true);
+        enableAgain();
         flushPendingInput();
     } catch (const RunTimeError& e) {
         busy.end();
-        txtAdd->setEnabled(true);
+        enableAgain();
         MsgBox::show(failureText(QStringLiteral("Position_Change"), e));
     } catch (const std::exception&) {
         busy.end();
-        txtAdd->setEnabled(true);
+        enableAgain();
         MsgBox::show(QStringLiteral("Position_Change Error"));
     }
 }

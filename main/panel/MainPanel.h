@@ -295,6 +295,9 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // Tab order, menu letters, focus of the selector, accessible names
+    // (PanelAccess.cpp).
+    void setUpKeyboardAndNames();
     void buildMenu();
     void buildLargePanel();
     void buildCompactPanel();
