@@ -785,6 +785,11 @@ void MainPanel::wire()
     connect(txtAdd, &usrAddress::AddressPicked, this,
             [this](int16_t a) { txtAdd_AddressPicked(a); });
     connect(usrMainPath, &usrPath_M::LostSelection, this, [this] { usrMainPath_LostSelection(); });
+    connect(usrMainPath, &usrPath_M::ColorPicked, this,
+            [this](int16_t f, int16_t b) { usrMainPath_ColorPicked(f, b); });
+    connect(btnProfile, &usrButton::Released, this, [this] { btnProfile_Click(); });
+    connect(btnEX, &usrButton::Released, this, [this] { usrMainPath_ColorPicked(1, 1); });
+    connect(btnBa, &usrButton::Released, this, [this] { usrMainPath_ColorPicked(2, 1); });
 
     connect(btnGUIClose, &usrButton::Released, this, [this] { btnGUIClose_Released(); });
     connect(btnGUIOpen, &usrButton::Released, this, [this] { btnGUIOpen_Released(); });
