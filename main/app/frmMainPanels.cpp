@@ -43,8 +43,7 @@ void frmMain::attachDevicePanels() {
     }
     side.ZoomLink = ui->ZoomLink;
     connect(ui->ZoomLink, &PanelCheck::Click, this, [this] { frmSubZoom::ZoomLink_Click(ui->ZoomLink->Value()); });
-    auto* scale = new ZoomScale(ui);
-    connect(scale, &ZoomScale::ZoomPicked, this, [this](double zoom) { zoomFromScale(zoom, ui->ZoomLink); });
+    connect(ui->zoomScale, &ZoomScale::ZoomPicked, this, [this](double zoom) { zoomFromScale(zoom, ui->ZoomLink); });
 
     using SubPanels::OpensOn;
     struct Twin {

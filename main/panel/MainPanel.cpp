@@ -1,4 +1,5 @@
 #include "main/panel/MainPanel.h"
+#include "main/panel/ZoomScale.h"
 
 #include "state/MainState.h"
 #include "state/MsgBox.h"
@@ -116,6 +117,7 @@ MainPanel::MainPanel(QWidget* parent) : QWidget(parent)
 
     ZoomScaleLeft = twips::left(Line1[0]);
     ZoomClickDefault = imgClick->Left();
+    zoomScale = new ZoomScale(this);
 
     wire();
     setUpKeyboardAndNames();

@@ -4,6 +4,7 @@
 #include "main/panel/PanelLayout.h"
 #include "main/widgets/Units.h"
 
+#include <QFrame>
 #include <QMouseEvent>
 #include <algorithm>
 
@@ -16,6 +17,16 @@ ZoomScale::ZoomScale(MainPanel* panel) : QObject(panel), m_panel(panel)
     panel->img1->installEventFilter(this);
     panel->imgClick->installEventFilter(this);
     panel->img1->setCursor(Qt::SizeHorCursor);
+    // The marks between the two end lines, one a tenth; 1.0, the plain
+    // magnification, and 1.5 stand longer.
+    for (int n = 1; n < 12; ++n) {
+        auto* tick = new QFrame(panel->frmScroll);
+        tick->setStyleSheet(QStringLiteral("background: #5c678d;"));
+        tick->setAttribute(Qt::WA_TransparentForMouseEvents);
+        const bool long_ = n == 2 || n == 7;
+        twips::place(tick, panel->ZoomScaleLeft + n * layout::kZoomPerTenth, long_ ? 60 : 100, 15, long_ ? 210 : 130);
+        tick->lower();
+    }
     panel->frmScroll->setAccessibleName(QStringLiteral("Zoom scale"));
     panel->frmScroll->setToolTip(QStringLiteral("Click a mark to zoom, or drag the handle"));
 }
