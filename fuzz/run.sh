@@ -52,9 +52,9 @@ for t in $built; do
       done ;;
     fuzz_profile_file)
       seed="$corpus/seed-profile.txt"; : >"$seed"
-      for t in 1 2 3 4 5 6; do printf '%d,User%d,%d,1,1,1,0,0,0,0,0,0,0,0,1,1,1,0,0,0\r\n' $t $t $((t + 6)) >>"$seed"; done
+      for n in 1 2 3 4 5 6; do printf '%d,User%d,%d,1,1,1,0,0,0,0,0,0,0,0,1,1,1,0,0,0\r\n' $n $n $((n + 6)) >>"$seed"; done
       printf 'Custom Value\r\n' >>"$seed"
-      for k in AS FS ND; do for t in 1 2 3 4 5 6; do printf '%s %d,0,2.5,0,0,0,0,0\r\n' $k $t >>"$seed"; done; done ;;
+      for k in AS FS ND; do for n in 1 2 3 4 5 6; do printf '%s %d,0,2.5,0,0,0,0,0\r\n' $k $n >>"$seed"; done; done ;;
   esac
   bin=$(find "$build" -type f -name "$t" -perm -u+x | head -n 1)
   echo "fuzz: $t for $seconds s"

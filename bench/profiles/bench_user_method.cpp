@@ -123,11 +123,14 @@ int main(int argc, char** argv) {
     auto zoomCaption = [&] { return ui->ZoomCmd[0]->Caption(); };
 
     // The stand where setting i leaves it, the zoom label's caption then.
+    // and the field stop's value, which the single moves then go to.
     QString captionAfter[2];
+    double fieldStopAfter[2];
     for (int i = 0; i < 2; ++i) {
         svc.setPresetsObservationMode(int16_t(7 + i));
         waitFor([&] { return false; }, 300);
         captionAfter[i] = zoomCaption();
+        fieldStopAfter[i] = watcher.FieldStopFieldStop();
     }
     if (captionAfter[0] == captionAfter[1]) {
         std::fprintf(stderr, "bench_user_method: the zoom label does not change between the two settings\n");
@@ -138,10 +141,16 @@ int main(int argc, char** argv) {
     std::vector<double> method, singles;
     long lost = 0;
     QElapsedTimer t;
+    // Puts the stand where setting i leaves it, and waits for the panel.
+    auto setTo = [&](int i) {
+        svc.setPresetsObservationMode(int16_t(7 + i));
+        waitFor([&] { return zoomCaption() == captionAfter[i]; });
+    };
     for (int r = 0; r < rounds; ++r) {
         for (int i = 0; i < 2; ++i) {
             const Setting& s = settings[i];
-            // The method: one click on the user entry.
+            // The method: one click on the user entry, from the other setting.
+            setTo(1 - i);
             panelEvents = watchedEvents = 0;
             zoomLabel.expect(captionAfter[i]);
             t.start();
@@ -151,26 +160,21 @@ int main(int argc, char** argv) {
             waitFor([&] { return watchedEvents >= panelEvents && panelEvents > 0; }, 500);
             lost += std::abs(watchedEvents - panelEvents);
 
-            // Back to the other setting, then the same six moves one by one.
-            svc.setPresetsObservationMode(int16_t(7 + (1 - i)));
-            waitFor([&] { return zoomCaption() == captionAfter[1 - i]; });
+            // The same six moves one after another, from the same start.
+            setTo(1 - i);
             panelEvents = watchedEvents = 0;
             zoomLabel.expect(captionAfter[i]);
             t.start();
             svc.setNosepiecePosition(s.nose);
             svc.setFilterBlockCassettePosition(s.filter);
             svc.setCondenserCassettePosition(s.condenser);
-            svc.setFieldStopFieldStop(s.fieldStopCode == 3 ? svc.UpperLimit(LimitIndex::FieldStop)
-                                                           : watcher.FieldStopFieldStop());
+            svc.setFieldStopFieldStop(fieldStopAfter[i]);
             svc.setLightPathDriveLightPath(s.path);
             svc.setOpticalZoomZoom((s.zoom + 7) / 10.0);
             waitFor([&] { return zoomLabel.painted(); });
             singles.push_back(t.nsecsElapsed() / 1e6);
             waitFor([&] { return watchedEvents >= panelEvents && panelEvents > 0; }, 500);
             lost += std::abs(watchedEvents - panelEvents);
-            // Leave the stand as the method found it for the next round.
-            svc.setPresetsObservationMode(int16_t(7 + (1 - i)));
-            waitFor([&] { return zoomCaption() == captionAfter[1 - i]; });
         }
     }
     const double m = median(method), s = median(singles);

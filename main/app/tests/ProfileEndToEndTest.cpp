@@ -124,6 +124,11 @@ TEST(ProfileEndToEnd, AMethodEditedSentAndSelectedMovesTheStandsDevices) {
     EXPECT_EQ(seen.last(), QStringLiteral("AppPresetsObservationMode"));
     EXPECT_EQ(ui->labObserveU[2]->BackColor(), MainPanel::kSelected);
     shoot(w.get(), QStringLiteral("main-window-user-method.png"));
+    // The Custom Observation group, with the method just selected lit.
+    click(ui->labmenu[5]);
+    QTest::qWait(50);
+    EXPECT_TRUE(ui->frmOther->isVisible());
+    shoot(w.get(), QStringLiteral("main-window-custom-observation.png"));
 
     f->close();
     watcher.Disconnect();

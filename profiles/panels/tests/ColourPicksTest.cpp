@@ -22,6 +22,8 @@ QString cubeStand() {
         "filters": [{"number": 1, "name": "NONE", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""},
                     {"number": 3, "name": "U-FBW", "reiki": 100, "dm": 5, "kyusyu": 101,
                      "ex": "BP460-490", "dmName": "DM505", "ba": "BA510"},
+                    {"number": 7, "name": "Other", "reiki": 250, "dm": 0, "kyusyu": 250,
+                     "ex": "EX470/40", "dmName": "", "ba": "BA520"},
                     {"number": 0, "name": "", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""}]})");
     return path;
 }
@@ -120,6 +122,10 @@ TEST_F(ColourTest, TheFilterAreasOfTheDrawingTellWhichFilterAndWhichButton) {
     EXPECT_EQ(picked[0][1].toInt(), 1);
     EXPECT_EQ(picked[1][0].toInt(), 2);
     EXPECT_EQ(picked[1][1].toInt(), 2);
+    // The pointer's tip over a filter says what a click does.
+    EXPECT_TRUE(path.colorAreaTip(ex).startsWith(QStringLiteral("Excitation filter: click")));
+    EXPECT_TRUE(path.colorAreaTip(ba).startsWith(QStringLiteral("Barrier filter: click")));
+    EXPECT_TRUE(path.colorAreaTip(QPoint(5, 5)).isEmpty());
     // A drawing without an epi illuminator has no filters to pick.
     path.setScopeType(0);
     EXPECT_FALSE(path.HasColorArea(1));
@@ -171,4 +177,15 @@ TEST_F(ColourTest, NoPickerOpensForACubeWithoutAFilter) {
     mainState().mFilter.setAddress(1);
     usrButton anchor;
     EXPECT_EQ(ColourPicker::open(ColourPicks::Excitation, &path, &anchor), nullptr);
+}
+
+TEST_F(ColourTest, ACubeCodedTwoHundredFiftyLeavesTheDrawingUntouchedAndOffersNoPicker) {
+    mainState().mFilter.setAddress(3);
+    int32_t l = 0, r = 0;
+    ColourPicks::Color_Set(mainState(), &path, ColourPicks::Excitation, l, r);
+    ColourPicks::Color_Set(mainState(), &path, ColourPicks::Barrier, l, r);
+    EXPECT_EQ(path.ExColor(), Wave_RGB(475));
+    EXPECT_EQ(path.BaColor(), Wave_RGB(510));
+    usrButton anchor;
+    EXPECT_EQ(ColourPicker::open(ColourPicks::Barrier, &path, &anchor), nullptr);
 }

@@ -467,6 +467,11 @@ TEST_F(EditorTest, CloseAndCancelUnloadTheFormWithoutSaving) {
     click(f->btnClose);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(frmProfile::loaded(), nullptr);
+    // Escape does what Cancel does.
+    f = openEditor();
+    QTest::keyClick(f->txtObj, Qt::Key_Escape);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(frmProfile::loaded(), nullptr);
     EXPECT_TRUE(recorder->texts().isEmpty());
 }
 
@@ -493,4 +498,25 @@ TEST_F(EditorTest, EveryControlHasAnAccessibleNameAndAPlaceInTheTabOrder) {
     EXPECT_LT(seen.indexOf("Shutter"), seen.indexOf("Aperture stop"));
     EXPECT_LT(seen.indexOf("ND filter"), seen.indexOf("Take the current status"));
     EXPECT_LT(seen.indexOf("Save to a file"), seen.indexOf("Close"));
+}
+
+TEST_F(EditorTest, ANameTooLongForTheStandFromAFileIsRefusedWholeWhenSent) {
+    const QString path = saved("long-name.txt");
+    const QByteArray longName(70, 'N');
+    writeFile(path, defaultFile(6).replace("1,User,", "1," + longName + ","));
+    openStand();
+    mic->setObservationName(7, QStringLiteral("before"));
+    mic->setObservationPosition(7, ObservationPositions{0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0});
+    frmProfile* f = openEditor();
+    Dialogs::Answerer answer([&](Dialogs::Kind) { return path; });
+    click(f->btnRead);
+    // The file's name is the record's, whatever its length; the box shows it.
+    EXPECT_EQ(f->items()[0].Name(), QString::fromLatin1(longName));
+    EXPECT_EQ(f->txtSel->text(), QString::fromLatin1(longName));
+    recorder->clear();
+    click(f->btnSend);
+    EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("Observation_Position Send Error")});
+    EXPECT_EQ(mic->ObservationName(7), QStringLiteral("before"));
+    EXPECT_EQ(mic->ObservationPosition(7).objective, 2);
+    EXPECT_TRUE(f->isEnabled());
 }
