@@ -1,6 +1,10 @@
 #include "panels/DevicePanels.h"
 
 #include "panels/LampPanel.h"
+#include "panels/CondenserPanel.h"
+#include "panels/FilterCubePanel.h"
+#include "panels/LightPathPanel.h"
+#include "panels/ObjectivePanel.h"
 #include "panels/StopPanel.h"
 #include "panels/ZoomPanel.h"
 #include "state/FormRegistry.h"
@@ -24,4 +28,8 @@ void registerDevicePanels(QWidget* owner)
     creator<frmSubND>("frmSubND", owner);
     creator<frmSubLamp>("frmSubLamp", owner);
     creator<frmSubZoom>("frmSubZoom", owner);
+    creator<frmSubObj>("frmSubObj", owner);
+    creator<frmSubFilter>("frmSubFilter", owner);
+    creator<frmSubCond>("frmSubCond", owner);
+    creator<frmSubPath>("frmSubPath", owner);
 }
