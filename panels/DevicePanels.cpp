@@ -1,10 +1,12 @@
 #include "panels/DevicePanels.h"
 
+#include "panels/LampPanel.h"
 #include "panels/CondenserPanel.h"
 #include "panels/FilterCubePanel.h"
 #include "panels/LightPathPanel.h"
 #include "panels/ObjectivePanel.h"
 #include "panels/StopPanel.h"
+#include "panels/ZoomPanel.h"
 #include "state/FormRegistry.h"
 
 #include <QPointer>
@@ -22,6 +24,10 @@ void registerDevicePanels(QWidget* owner)
 {
     creator<frmSubAp>("frmSubAp", owner);
     creator<frmSubFS>("frmSubFS", owner);
+    creator<frmSubEpiFS>("frmSubEpiFS", owner);
+    creator<frmSubND>("frmSubND", owner);
+    creator<frmSubLamp>("frmSubLamp", owner);
+    creator<frmSubZoom>("frmSubZoom", owner);
     creator<frmSubObj>("frmSubObj", owner);
     creator<frmSubFilter>("frmSubFilter", owner);
     creator<frmSubCond>("frmSubCond", owner);

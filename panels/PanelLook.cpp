@@ -3,8 +3,11 @@
 #include "main/widgets/PanelControls.h"
 #include "main/widgets/Units.h"
 #include "main/widgets/WidgetLook.h"
+#include "main/widgets/usrButton.h"
 
 #include <QFont>
+#include <QGridLayout>
+#include <algorithm>
 #include <QPalette>
 
 namespace panelLook {
@@ -48,6 +51,38 @@ PanelLabel* caption(QWidget* parent, const QString& text)
     l->setTransparent(true);
     l->setForeColor(kDimText);
     return l;
+}
+
+void sliderLayout(QWidget* panel, QWidget* slider, QWidget* value, const QList<QWidget*>& buttons,
+                  QWidget* close)
+{
+    auto* grid = new QGridLayout(panel);
+    grid->setContentsMargins(10, 10, 10, 10);
+    grid->setHorizontalSpacing(8);
+    grid->setVerticalSpacing(8);
+    const int last = std::max(3, int(buttons.size()) + 1);
+    grid->addWidget(slider, 0, 0, 1, last);
+    grid->addWidget(value, 0, last);
+    int column = 0;
+    for (QWidget* b : buttons)
+        grid->addWidget(b, 1, column++);
+    grid->addWidget(close, 1, last, Qt::AlignRight);
+    grid->setColumnStretch(last - 1, 1);
+    QWidget* previous = slider;
+    for (QWidget* next : buttons + QList<QWidget*>{close}) {
+        QWidget::setTabOrder(previous, next);
+        previous = next;
+    }
+}
+
+usrButton* oneShot(QWidget* parent, const char* name, const QString& caption, const QString& accessibleName)
+{
+    auto* b = new usrButton(parent);
+    b->setObjectName(QLatin1String(name));
+    b->setLatching(false);
+    b->setCaption(caption);
+    b->setAccessibleName(accessibleName);
+    return b;
 }
 
 } // namespace panelLook

@@ -1,38 +1,41 @@
 #include "panels/StopPanel.h"
 
+#include "panels/MainPanelSide.h"
 #include "panels/PanelLook.h"
+#include "panels/SliderGestures.h"
 #include "core/base/VbConvert.h"
 #include "main/widgets/PanelControls.h"
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrXscroll.h"
 
-#include <QGridLayout>
 
 namespace {
 
 const StopRow kApertureStop{
-    "frmSubAp", "Aperture Stop", DeviceIndex::ApertureStop, true, LimitIndex::ApertureStop,
+    "frmSubAp", "Aperture Stop", " mm", DeviceIndex::ApertureStop, true, true, LimitIndex::ApertureStop,
     &MainState::mAS, &MicroscopeService::ApertureStopApertureStop,
-    &MicroscopeService::setApertureStopApertureStop, "ApertureStop_Status Read Error",
-    "ApertureStop_ApertureStop Error", "CustomObservation_Set Error"};
+    &MicroscopeService::setApertureStopApertureStop, nullptr, nullptr, true, "ApertureStop_Status Read Error",
+    "ApertureStop_ApertureStop Error", "ApertureStop_ApertureStop Error", "CustomObservation_Set Error"};
 
 const StopRow kFieldStop{
-    "frmSubFS", "DIA Field Stop", DeviceIndex::FieldStop, false, LimitIndex::FieldStop,
+    "frmSubFS", "DIA Field Stop", " mm", DeviceIndex::FieldStop, false, true, LimitIndex::FieldStop,
     &MainState::mFS, &MicroscopeService::FieldStopFieldStop, &MicroscopeService::setFieldStopFieldStop,
-    "FieldStop_Status Read Error", "FieldStop_FieldStop Error",
-    "ObservationMethod_FieldStop CustomValue Error"};
+    nullptr, nullptr, true, "FieldStop_Status Read Error", "FieldStop_FieldStop Error",
+    "FieldStop_FieldStop Error", "ObservationMethod_FieldStop CustomValue Error"};
+
+const StopRow kEpiFieldStop{
+    "frmSubEpiFS", "EPI Field Stop", " mm", DeviceIndex::EpiFieldStop, true, true, LimitIndex::EpiFieldStop,
+    &MainState::mEpiFS, &MicroscopeService::EpiFieldStopFieldStop,
+    &MicroscopeService::setEpiFieldStopFieldStop, nullptr, nullptr, false, "EpiFieldStop_Status Get",
+    "EpiFieldStop_FieldStop Error", nullptr, nullptr};
+
+const StopRow kNDFilter{
+    "frmSubND", "ND Filter", " %", DeviceIndex::NDFilter, false, false, 0, &MainState::mND, nullptr,
+    &MicroscopeService::setNDFilterTransmission, &MicroscopeService::NDFilterStepDown,
+    &MicroscopeService::NDFilterStepUp, true, "NDFilter_Status Read Error", "NDFilter_Transmission Error",
+    "NDFilter_CustomValue Read Error", "NDFilter_CustomValue Set Error"};
 
 bool userMethod(int16_t observation) { return observation >= 7 && observation <= 12; }
-
-usrButton* oneShot(QWidget* parent, const char* name, const QString& caption, const QString& accessible)
-{
-    auto* b = new usrButton(parent);
-    b->setObjectName(QLatin1String(name));
-    b->setLatching(false);
-    b->setCaption(caption);
-    b->setAccessibleName(accessible);
-    return b;
-}
 
 } // namespace
 
@@ -41,38 +44,41 @@ StopPanel::StopPanel(const StopRow& row, QWidget* owner)
 {
     panelLook::applyTo(this);
     const QString name = Caption();
+    const bool nd = row.rangeIndex == 0;
     usrScroll = new usrXscroll(this);
     usrScroll->setObjectName(QStringLiteral("usrScroll"));
-    usrScroll->setAccessibleName(name + QStringLiteral(" diameter"));
+    usrScroll->setAccessibleName(name + (nd ? QStringLiteral(" transmission") : QStringLiteral(" diameter")));
     usrScroll->setMinimumWidth(260);
     txtSel = panelLook::valueLabel(this, QStringLiteral("txtSel"), name);
-    BtnMemory = oneShot(this, "BtnMemory", QStringLiteral("Memory"),
-                        QStringLiteral("Remember this diameter for the objective"));
-    btnReset = oneShot(this, "btnReset", QStringLiteral("Reset"),
-                       QStringLiteral("Return to the remembered diameter"));
+    const QString what = nd ? QStringLiteral("transmission") : QStringLiteral("diameter");
+    if (row.memories)
+        BtnMemory = panelLook::oneShot(this, "BtnMemory", QStringLiteral("Memory"),
+                                       QStringLiteral("Remember this %1 for the objective").arg(what));
+    btnReset = panelLook::oneShot(this, "btnReset", QStringLiteral("Reset"),
+                                  QStringLiteral("Return to the remembered %1").arg(what));
     btnClose = makeCloseButton();
 
-    auto* grid = new QGridLayout(this);
-    grid->setContentsMargins(10, 10, 10, 10);
-    grid->setHorizontalSpacing(8);
-    grid->setVerticalSpacing(8);
-    grid->addWidget(usrScroll, 0, 0, 1, 3);
-    grid->addWidget(txtSel, 0, 3);
-    grid->addWidget(BtnMemory, 1, 0);
-    grid->addWidget(btnReset, 1, 1);
-    grid->addWidget(btnClose, 1, 3, Qt::AlignRight);
-    grid->setColumnStretch(2, 1);
-    setTabOrder(usrScroll, BtnMemory);
-    setTabOrder(BtnMemory, btnReset);
-    setTabOrder(btnReset, btnClose);
+    QList<QWidget*> buttons;
+    if (BtnMemory)
+        buttons << BtnMemory;
+    buttons << btnReset;
+    panelLook::sliderLayout(this, usrScroll, txtSel, buttons, btnClose);
 
     // Gestures go to the service; the slider shows what the service reports.
-    connect(usrScroll, &usrXscroll::Changed, this, [this] { send(usrScroll->Value()); });
-    connect(usrScroll, &usrXscroll::TrackClicked, this, [this] { send(usrScroll->Value()); });
-    connect(usrScroll, &usrXscroll::StepDown, this, [this] { send(usrScroll->Value() - stop().AMOUNT()); });
-    connect(usrScroll, &usrXscroll::StepUp, this, [this] { send(usrScroll->Value() + stop().AMOUNT()); });
-    connect(btnReset, &usrButton::Released, this, [this] { btnReset_Released(); });
-    connect(BtnMemory, &usrButton::Released, this, [this] { BtnMemory_Released(); });
+    if (row.stepDown)
+        connectSliderGestures(
+            usrScroll, this, [this](double v) { sendFromSlider(v); }, [this] { step(m_row.stepDown); },
+            [this] { step(m_row.stepUp); });
+    else
+        connectSliderGestures(
+            usrScroll, this, [this] { return stop().AMOUNT(); }, [this](double v) { send(v); });
+    if (row.memories) {
+        connect(btnReset, &usrButton::Released, this, [this] { btnReset_Released(); });
+        connect(BtnMemory, &usrButton::Released, this, [this] { BtnMemory_Released(); });
+    } else {
+        // There is no remembered value to go back to: the button is there and does nothing.
+        btnReset->setEnabled(false);
+    }
 }
 
 void StopPanel::Get_Status()
@@ -83,12 +89,20 @@ void StopPanel::Get_Status()
         MicroscopeService& svc = *state().micService;
         const int32_t word = svc.IsMounted(m_row.statusDevice);
         usrScroll->setEnabled(m_row.statusMustBeOne ? word == 1 : word != 0);
-        if (!usrScroll->isEnabled())
+        if (!usrScroll->isEnabled() && m_row.endsWhenDisabled)
             return;
-        usrScroll->setMin(svc.LowerLimit(m_row.rangeIndex));
-        usrScroll->setMax(svc.UpperLimit(m_row.rangeIndex));
-        usrScroll->setValue((svc.*m_row.read)());
+        if (m_row.rangeIndex != 0) {
+            usrScroll->setMin(svc.LowerLimit(m_row.rangeIndex));
+            usrScroll->setMax(svc.UpperLimit(m_row.rangeIndex));
+            usrScroll->setValue((svc.*m_row.read)());
+        } else {
+            usrScroll->setMin(stop().MIN());
+            usrScroll->setMax(stop().MAX());
+            usrScroll->setValue(stop().Diameter());
+        }
         showValue(usrScroll->Value());
+        if (!m_row.memories)
+            return;
         const bool user = userMethod(state().ObservationNow);
         BtnMemory->setVisible(user);
         btnReset->setVisible(user);
@@ -117,7 +131,10 @@ void StopPanel::ValueSet()
     showValue(stop().Diameter());
 }
 
-void StopPanel::showValue(double value) { txtSel->setCaption(vb::numberText(value) + QStringLiteral(" mm")); }
+void StopPanel::showValue(double value)
+{
+    txtSel->setCaption(vb::numberText(value) + QLatin1String(m_row.unit));
+}
 
 void StopPanel::send(double value)
 {
@@ -126,10 +143,34 @@ void StopPanel::send(double value)
     trap(QLatin1String(m_row.valueError), [&] { (state().micService->*m_row.write)(value); });
 }
 
+void StopPanel::sendFromSlider(double value)
+{
+    if (m_row.rangeIndex != 0) {
+        send(value);
+        return;
+    }
+    // Held to the object's limits: below MIN sends MIN, above MAX sends MAX;
+    // MIN and MAX themselves go as they stand.
+    if (value < stop().MIN())
+        send(stop().MIN());
+    else if (value <= stop().MAX())
+        send(value);
+    else
+        send(stop().MAX());
+}
+
+void StopPanel::step(void (MicroscopeService::*operation)())
+{
+    if (!connected())
+        return;
+    trap(QLatin1String(m_row.valueError), [&] { (state().micService->*operation)(); });
+}
+
 void StopPanel::btnReset_Released()
 {
-    if (connected())
-        send(usrScroll->Origin());
+    if (!connected())
+        return;
+    trap(QLatin1String(m_row.resetError), [&] { (state().micService->*m_row.write)(usrScroll->Origin()); });
 }
 
 void StopPanel::BtnMemory_Released()
@@ -150,3 +191,32 @@ void StopPanel::BtnMemory_Released()
 
 frmSubAp::frmSubAp(QWidget* owner) : StopPanel(kApertureStop, owner) {}
 frmSubFS::frmSubFS(QWidget* owner) : StopPanel(kFieldStop, owner) {}
+frmSubND::frmSubND(QWidget* owner) : StopPanel(kNDFilter, owner) {}
+
+frmSubEpiFS::frmSubEpiFS(QWidget* owner) : StopPanel(kEpiFieldStop, owner) { attachOwnEvents(); }
+
+void frmSubEpiFS::EpiFStopValue_Set()
+{
+    if (!connected())
+        return;
+    clsDefStop& epi = stop();
+    epi.setDiameter(state().micService->EpiFieldStopFieldStop());
+    usrScroll->setValue(epi.Diameter());
+    showValue(epi.Diameter());
+    setBothTwins(mainPanelSide().HBXField, txtSel->Caption());
+}
+
+void frmSubEpiFS::micEvent_OnPropertyChanged(const QString& bstrMessage)
+{
+    const QStringList parts = bstrMessage.split(QLatin1Char(':'));
+    if (parts.at(0) != QLatin1String("AppEpiFieldStopFieldStop"))
+        return;
+    trap(QStringLiteral("EpiFieldStop_OnPropertyChanged"), [&] {
+        if (parts.size() < 2)
+            throw RunTimeError(RunTimeError::SubscriptOutOfRange, QStringLiteral("Subscript out of range"));
+        clsDefStop& epi = stop();
+        epi.setDiameter(vb::textToDouble(parts.at(1)));
+        usrScroll->setValue(epi.Diameter());
+        showValue(epi.Diameter());
+    });
+}

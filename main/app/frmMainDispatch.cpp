@@ -4,6 +4,7 @@
 // device call.
 #include "main/app/frmMain.h"
 
+#include "panels/LampPanel.h"
 #include "state/FormRegistry.h"
 #include "state/MainState.h"
 #include "state/MsgBox.h"
@@ -116,9 +117,12 @@ void frmMain::dispatch(const QString& name, const QString& v, int16_t& Step) {
             if (s.mPath.LINK() != 0)
                 ui->usrMainPath->setPathState(s.mPath.PATH());
         } else {
-            // The lamp panel is told even when closed; without it nothing shows.
-            if (FormRegistry::instance(QStringLiteral("frmSubLamp")))
-                FormRegistry::call(QStringLiteral("frmSubLamp"), "LampValue_Set");
+            // The lamp's voltage is read and shown whether its panel is open or
+            // not; a closed panel is not loaded for it.
+            if (auto* lamp = qobject_cast<frmSubLamp*>(FormRegistry::loaded(QStringLiteral("frmSubLamp"))))
+                lamp->LampValue_Set();
+            else
+                frmSubLamp::ShowLampOnMainPanel();
             ui->usrMainPath->setLampState(2);
         }
         break;

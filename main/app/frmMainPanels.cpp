@@ -1,14 +1,49 @@
 // The main window's device buttons and the panels they open. Each device has
 // twin buttons, on the large and on the compact panel; the panel's library
-// makes the form, the sub-panel pattern opens, places and closes it.
+// makes the form, the sub-panel pattern opens, places and closes it. The
+// panels write a few of the main panel's controls themselves, and the zoom's
+// scale and link box command the zoom as its panel does.
 #include "main/app/frmMain.h"
 
 #include "panels/DevicePanels.h"
+#include "panels/MainPanelSide.h"
 #include "panels/SubPanels.h"
+#include "panels/ZoomPanel.h"
+#include "state/MainState.h"
+#include "state/MsgBox.h"
+#include "main/panel/ZoomScale.h"
 #include "main/widgets/usrButton.h"
+
+namespace {
+
+// A band picked on the main panel's zoom scale: the steps of the zoom
+// panel's ZoomValue_Set with the main panel's link box. This path keeps the
+// position texts of the main panel's selector.
+void zoomFromScale(double zoom, const PanelCheck* link) {
+    if (!mainState().MicConnected)
+        return;
+    try {
+        frmSubZoom::ZoomChange(zoom, link->Value());
+    } catch (const RunTimeError& e) {
+        MsgBox::show(e.isLimitation() ? QStringLiteral("Position_Change Limitation")
+                                      : QStringLiteral("Position_Change Error"));
+    } catch (const std::exception&) {
+        MsgBox::show(QStringLiteral("Position_Change Error"));
+    }
+}
+
+} // namespace
 
 void frmMain::attachDevicePanels() {
     registerDevicePanels(this);
+    MainPanelSide& side = mainPanelSide();
+    for (int i = 0; i < 2; ++i) {
+        side.HBXField[i] = ui->HBXField[i];
+        side.LampCmd[i] = ui->LampCmd[i];
+    }
+    side.ZoomLink = ui->ZoomLink;
+    connect(ui->ZoomLink, &PanelCheck::Click, this, [this] { frmSubZoom::ZoomLink_Click(ui->ZoomLink->Value()); });
+    connect(ui->zoomScale, &ZoomScale::ZoomPicked, this, [this](double zoom) { zoomFromScale(zoom, ui->ZoomLink); });
 
     using SubPanels::OpensOn;
     struct Twin {

@@ -1,4 +1,5 @@
 #include "main/panel/MainPanel.h"
+#include "main/panel/ZoomScale.h"
 
 #include "state/MainState.h"
 #include "state/MsgBox.h"
@@ -108,6 +109,7 @@ MainPanel::MainPanel(QWidget* parent) : QWidget(parent)
 
     ZoomScaleLeft = twips::left(Line1[0]);
     ZoomClickDefault = imgClick->Left();
+    zoomScale = new ZoomScale(this);
 
     wire();
     setUpKeyboardAndNames();
@@ -542,10 +544,10 @@ void MainPanel::buildLargePanel()
         Line1[i]->setStyleSheet(QStringLiteral("color: #5c678d;"));
     }
     twips::place(Line1[0], kZoomScaleLeft, 40, 30, 250);
-    twips::place(Line1[1], kZoomScaleLeft + 22 * kZoomPerTenth, 40, 30, 250);
+    twips::place(Line1[1], kZoomScaleLeft + 12 * kZoomPerTenth, 40, 30, 250);
     auto* track = new QFrame(frmScroll);
     track->setStyleSheet(QStringLiteral("background: #5c678d;"));
-    twips::place(track, kZoomScaleLeft, 150, 22 * kZoomPerTenth, 30);
+    twips::place(track, kZoomScaleLeft, 150, 12 * kZoomPerTenth, 30);
     track->lower();
     img1 = new PanelLabel(QString(), frmScroll);
     img1->setBackColor(0x1E5A6E);

@@ -27,6 +27,7 @@
 class usrAddress;
 class usrButton;
 class usrPath_M;
+class ZoomScale;
 
 class MainPanel : public QWidget {
     Q_OBJECT
@@ -206,6 +207,8 @@ public:
     QFrame* Line1[2] = {};
     PanelLabel* imgClick = nullptr;
     PanelLabel* img1 = nullptr;
+    // Its clicks and the handle's drag: tells the magnification picked.
+    ZoomScale* zoomScale = nullptr;
 
     // ---- behaviour of the panel --------------------------------------------------
     void btnmenu_Click(int16_t Index);

@@ -94,6 +94,14 @@ struct PanelRig {
         limits(s.mFS, LimitIndex::FieldStop);
         limits(s.mND, LimitIndex::NDFilter);
         limits(s.mEpiFS, LimitIndex::EpiFieldStop);
+        s.mZoom.setMIN(mic.LowerLimit(LimitIndex::OpticalZoom));
+        s.mZoom.setMAX(mic.UpperLimit(LimitIndex::OpticalZoom));
+        s.mZoom.setAMOUNT(mic.Step(LimitIndex::OpticalZoom));
+        s.mLamp.setAMOUNT(mic.Step(LimitIndex::Lamp));
+        // Present values of devices a stand may lack, as Init reads them.
+        try { s.mND.setDiameter(mic.NDFilterTransmission()); } catch (const RunTimeError&) {}
+        try { s.mZoom.setZOOM(mic.OpticalZoomZoom()); } catch (const RunTimeError&) {}
+        try { s.mPath.setPATH(mic.LightPathDriveLightPath()); } catch (const RunTimeError&) {}
     }
 
     StandControl& faults() { return service.stand(1)->control(); }

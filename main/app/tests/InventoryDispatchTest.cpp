@@ -305,10 +305,13 @@ TEST(Dispatch, LampVoltageIsNeitherStoredNorShownWhileTheLampIsOffOrOnPreset) {
     EXPECT_DOUBLE_EQ(s.mLamp.POWER(), before);
     EXPECT_EQ(c.ui()->LampCmd[0]->Caption(), QString());
     EXPECT_EQ(c.ui()->LampCmd[1]->Caption(), QString());
+    // Coming on, the lamp's voltage is read from the service.
     c.event(QStringLiteral("AppLampIsOn:1"));
+    EXPECT_DOUBLE_EQ(s.mLamp.POWER(), s.micService->LampControlVoltage());
+    const double onPower = s.mLamp.POWER();
     c.event(QStringLiteral("AppLampIsPreset:1"));
     c.event(QStringLiteral("AppLampControlVoltage:6"));
-    EXPECT_DOUBLE_EQ(s.mLamp.POWER(), before);
+    EXPECT_DOUBLE_EQ(s.mLamp.POWER(), onPower);
     EXPECT_EQ(c.ui()->LampCmd[1]->Caption(), QStringLiteral("Preset"));
     c.event(QStringLiteral("AppLampIsPreset:0"));
     c.event(QStringLiteral("AppLampControlVoltage:5.5"));
