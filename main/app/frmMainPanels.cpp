@@ -3,12 +3,21 @@
 // makes the form, the sub-panel pattern opens, places and closes it.
 #include "main/app/frmMain.h"
 
+#include "motion/panels/MotionPanels.h"
 #include "panels/DevicePanels.h"
 #include "panels/SubPanels.h"
 #include "main/widgets/usrButton.h"
 
 void frmMain::attachDevicePanels() {
     registerDevicePanels(this);
+    registerMotionPanels(this);
+    // The Setting menu opens the focus panel in its two setting modes.
+    connect(ui, &MainPanel::SetupClicked, this, [](int16_t entry) {
+        if (entry == 2)
+            openMotionPanel(QStringLiteral("frmSubZ"), QStringLiteral("UpperLimit Setting"), -1);
+        else if (entry == 3)
+            openMotionPanel(QStringLiteral("frmSubZ"), QStringLiteral("Focus Setting"), -1);
+    });
 
     using SubPanels::OpensOn;
     struct Twin {
