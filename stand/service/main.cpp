@@ -5,6 +5,7 @@
 #include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
+#include "stand/StandMemory.h"
 #include "stand/service/ServiceHost.h"
 
 #include <QCommandLineParser>
@@ -136,6 +137,7 @@ int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("zentor-service"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ZENTOR_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
@@ -148,6 +150,7 @@ int main(int argc, char* argv[])
         "\"speedFactor\": 1.0, \"fiber\": true, \"fiberWheelModel\": 0}; options given\n"
         "on the command line add to it (stands) or override it."));
     parser.addHelpOption();
+    parser.addVersionOption();
     const QCommandLineOption configOpt(QStringLiteral("config"), QStringLiteral("Read the configuration from <file>."),
                                        QStringLiteral("file"));
     const QCommandLineOption standOpt(QStringLiteral("stand"),
@@ -173,7 +176,12 @@ int main(int argc, char* argv[])
                                           QStringLiteral("Serve the fiber illuminator under <name> instead of %1.")
                                               .arg(ZentorBus::FiberService),
                                           QStringLiteral("name"));
-    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt});
+    const QCommandLineOption stateOpt(QStringLiteral("state-file"),
+                                      QStringLiteral("Keep the stands' user observation methods (7 to 12) in <file>, "
+                                                     "so that they survive a restart (default %1).")
+                                          .arg(StandMemory::defaultPath()),
+                                      QStringLiteral("file"));
+    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt, stateOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -206,11 +214,16 @@ int main(int argc, char* argv[])
         config.fiber = true;
     }
 
+    // The stands' non-volatile memory; a damaged file is set aside and said.
+    StandMemory memory(parser.isSet(stateOpt) ? parser.value(stateOpt) : StandMemory::defaultPath(), say);
+    memory.load();
+
     const StandClock clock = config.speedFactor == 0 ? StandClock::instant() : StandClock::realTime(config.speedFactor);
     std::unique_ptr<SimulatedService> service;
     try {
         // Reads every description now, so that a bad file stops the start.
         service = std::make_unique<SimulatedService>(clock, config.microscopes ? config.stands : QStringList());
+        service->keepUserMethodsIn(&memory);
     } catch (const RunTimeError& e) {
         return fail(e.description());
     }
