@@ -3,6 +3,7 @@
 // makes the form, the sub-panel pattern opens, places and closes it.
 #include "main/app/frmMain.h"
 
+#include "motion/panels/JoystickControl.h"
 #include "motion/panels/MotionPanels.h"
 #include "panels/DevicePanels.h"
 #include "panels/SubPanels.h"
@@ -11,6 +12,12 @@
 void frmMain::attachDevicePanels() {
     registerDevicePanels(this);
     registerMotionPanels(this);
+    // The game pad: Timer1 runs only while one is plugged in, and the
+    // control pad frame is usable only then.
+    auto* joystick = new JoystickControl(this);
+    joystick->setObjectName(QStringLiteral("joystick"));
+    ui->frmControlPad->setEnabled(joystick->present());
+    connect(joystick, &JoystickControl::presenceChanged, ui->frmControlPad, &QWidget::setEnabled);
     // The Setting menu opens the focus panel in its two setting modes.
     connect(ui, &MainPanel::SetupClicked, this, [](int16_t entry) {
         if (entry == 2)

@@ -47,11 +47,13 @@ frmSubStage::frmSubStage(QWidget* owner) : SubPanel(QStringLiteral("frmSubStage"
     butPlus = oneShot(this, "butPlus", QStringLiteral("+"), QStringLiteral("Show more of the travel (zoom out)"));
     frmNormalVer = new QFrame(this);
     frmNormalVer->setObjectName(QStringLiteral("frmNormalVer"));
+    frmNormalVer->setAccessibleName(QStringLiteral("Origins"));
     btnAbs = oneShot(frmNormalVer, "btnAbs", QStringLiteral("Abs"), QStringLiteral("Show absolute stage coordinates"));
     btnXReset = oneShot(frmNormalVer, "btnXReset", QStringLiteral("X Origin"), QStringLiteral("Make the present X 0 um"));
     btnYReset = oneShot(frmNormalVer, "btnYReset", QStringLiteral("Y Origin"), QStringLiteral("Make the present Y 0 um"));
     frmSettingVer = new QFrame(this);
     frmSettingVer->setObjectName(QStringLiteral("frmSettingVer"));
+    frmSettingVer->setAccessibleName(QStringLiteral("Stage position per objective"));
     usrAdd = new usrAddress(frmSettingVer);
     usrAdd->setObjectName(QStringLiteral("usrAdd"));
     usrAdd->setAccessibleName(QStringLiteral("Objective whose stage position is set"));

@@ -132,20 +132,9 @@ TEST(FocusPanel, DraggingTheThumbWithTheMouseMovesTheDrive) {
     rig.mic.setZDriveZPosition(100000);
     auto* z = rig.open<frmSubZ>(kZ);
     QWidget* w = z->usrZscroll;
-    // Find the thumb: pressing it leaves the position as it was.
-    bool grabbed = false;
-    QPoint thumb;
-    for (int y = w->height() / 4; y < w->height() * 3 / 4 && !grabbed; ++y) {
-        thumb = QPoint(w->width() / 2, y);
-        QTest::mousePress(w, Qt::LeftButton, {}, thumb);
-        grabbed = z->usrZscroll->Position() == 100000;
-        if (!grabbed) {
-            QTest::mouseRelease(w, Qt::LeftButton, {}, thumb);
-            rig.mic.setZDriveZPosition(100000);
-            pumpEvents(1);
-        }
-    }
-    ASSERT_TRUE(grabbed);
+    const QPoint thumb = z->usrZscroll->thumbCentre();
+    rig.mic.setZDriveZPosition(100000);
+    QTest::mousePress(w, Qt::LeftButton, {}, thumb);
     QTest::mouseMove(w, thumb + QPoint(0, -10));
     QTest::mouseMove(w, thumb + QPoint(0, -20));
     QTest::mouseRelease(w, Qt::LeftButton, {}, thumb + QPoint(0, -20));
@@ -434,4 +423,17 @@ TEST(AutoFocus, ACameraIniOfGarbageLeavesNoAutoFocusAndNoCrash) {
     EXPECT_EQ(z->labCamera->Caption(), QStringLiteral("Unknown"));
     z->btnAF_Click();
     EXPECT_EQ(rig.boxes.texts(), QStringList{QStringLiteral("AF cannot be done in the camera.")});
+}
+
+TEST(FocusPanel, PicturesOfEveryModeAreKept) {
+    MotionRig rig;
+    rig.mic.setZDriveZPosition(64000);
+    const QString dir = testHome() + QStringLiteral("/screens");
+    QDir().mkpath(dir);
+    for (const QString& mode : {frmSubZ::kFocusDrive, frmSubZ::kFocusSetting, frmSubZ::kUpperLimitSetting}) {
+        auto* z = openIn(rig, mode);
+        ASSERT_NE(z, nullptr);
+        z->Get_Status();
+        EXPECT_TRUE(z->grab().save(dir + QLatin1Char('/') + mode + QStringLiteral(".png")));
+    }
 }
