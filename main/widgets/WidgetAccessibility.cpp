@@ -299,6 +299,10 @@ QAccessibleInterface* familyFactory(const QString& key, QObject* object)
     // named by its owner.
     if (key == QLatin1String("usrPath_M") || key == QLatin1String("usrPath") || key == QLatin1String("usrStage"))
         return new QAccessibleWidget(static_cast<QWidget*>(object), QAccessible::Canvas);
+    // A window made of a plain QWidget (the main window, a sub-panel) is a
+    // window to assistive technology, named by its title.
+    if (key == QLatin1String("QWidget") && static_cast<QWidget*>(object)->isWindow())
+        return new QAccessibleWidget(static_cast<QWidget*>(object), QAccessible::Window);
     if (key == QLatin1String("PanelLabel"))
         return new PanelLabelAccessible(static_cast<PanelLabel*>(object));
     return nullptr;
