@@ -1,5 +1,6 @@
 #include "motion/panels/modGTJoy.h"
 
+#include <QByteArray>
 #include <SDL.h>
 #include <algorithm>
 
@@ -7,6 +8,9 @@ modGTJoy::modGTJoy()
 {
     SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
     SDL_SetHint(SDL_HINT_JOYSTICK_ALLOW_BACKGROUND_EVENTS, "1");
+    // Plain evdev pads only: no HID driver threads, no udev daemon to wait for.
+    SDL_SetHint(SDL_HINT_JOYSTICK_HIDAPI, "0");
+    qputenv("SDL_JOYSTICK_DISABLE_UDEV", "1");
     m_sdl = SDL_InitSubSystem(SDL_INIT_JOYSTICK) == 0;
     if (m_sdl)
         open();
