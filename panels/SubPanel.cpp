@@ -32,12 +32,21 @@ SubPanel::SubPanel(const QString& formName, const QString& caption, QWidget* own
 SubPanel::~SubPanel()
 {
     // Top, then Left, as the text of their single-precision values.
-    clsIniEdit& ini = mainState().INI;
-    ini.Ini_Write(m_caption, QStringLiteral("Top"), vb::singleText(float(Top())));
-    ini.Ini_Write(m_caption, QStringLiteral("Left"), vb::singleText(float(Left())));
+    if (m_keepsPlace) {
+        clsIniEdit& ini = mainState().INI;
+        ini.Ini_Write(m_caption, QStringLiteral("Top"), vb::singleText(float(Top())));
+        ini.Ini_Write(m_caption, QStringLiteral("Left"), vb::singleText(float(Left())));
+    }
     FormRegistry::remove(m_formName);
     // Both twins come up, however the panel was closed.
     SubPanels::unlatchTwins(m_formName);
+}
+
+void SubPanel::setCaption(const QString& caption)
+{
+    m_caption = caption;
+    setWindowTitle(caption);
+    setAccessibleName(caption);
 }
 
 void SubPanel::setDesignPlace(int leftTwips, int topTwips)

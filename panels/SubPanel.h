@@ -33,6 +33,12 @@ public:
 
     QString formName() const { return m_formName; }
     QString Caption() const { return m_caption; }
+    // A panel that serves several modes by its caption (the focus and stage
+    // panels): the caption names the mode and the INI section of the place.
+    void setCaption(const QString& caption);
+    // Whether unloading writes the place; such a panel keeps it only in its
+    // normal mode.
+    void setKeepsPlace(bool keeps) { m_keepsPlace = keeps; }
 
     // Reads everything from the service and fills the widgets.
     Q_INVOKABLE virtual void Get_Status() = 0;
@@ -91,4 +97,5 @@ private:
     int16_t m_openedBy = -1;
     bool m_unloading = false;
     bool m_inDialog = false;
+    bool m_keepsPlace = true;
 };

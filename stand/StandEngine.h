@@ -10,6 +10,7 @@
 #include "stand/SimulatedStand.h"
 #include "core/service/StandControl.h"
 #include "stand/StandDescription.h"
+#include "stand/devices/FocusSearch.h"
 #include "stand/StandMemory.h"
 #include "stand/devices/MotorAxis.h"
 
@@ -67,6 +68,8 @@ private:
     int16_t deviceOf(Axis a) const;
     int32_t counts(Axis a) const;
     int16_t nosepieceAddress() const;
+    // The camera's view of the sample under the present objective.
+    FocusSample focusSample() const;
     void setLampOn(int16_t on);
     void setPreset(int16_t preset);
     // Why the eleven codes of a method do not fit this stand; empty when they do.

@@ -4,6 +4,7 @@
 #include "core/base/VbConvert.h"
 #include "stand/StandArgs.h"
 #include "stand/StandFailures.h"
+#include "stand/devices/FocusSearch.h"
 
 #include <algorithm>
 
@@ -21,7 +22,10 @@ QVariant StandEngine::setZPosition(const StandArgs& a, StandReply& done) {
 
 QVariant StandEngine::setZEscape(const StandArgs& a, StandReply& done) {
     const int16_t e = a.int16(0) != 0 ? 1 : 0;
-    needMotor(DeviceIndex::ZDrive, {Z});
+    need(DeviceIndex::ZDrive);
+    if (m_d.devices[DeviceIndex::ZDrive].readOnly != 0) limitation(QStringLiteral("ZDrive is read only"));
+    // Escape first stops whatever the drive is doing, where it is.
+    m_axis[Z]->stop();
     if (e == m_zEscape) return {};
     int32_t target;
     if (e) {
@@ -50,10 +54,43 @@ QVariant StandEngine::autoFocus(const StandArgs&, StandReply& done) {
     if (!m_d.camera) limitation(QStringLiteral("Auto focus needs a camera"));
     if (m_zEscape) limitation(QStringLiteral("The focus drive is escaped"));
     const StandLimits l = m_d.limits.value(LimitIndex::ZDrive);
-    const double target = std::clamp(double(m_d.autoFocusPosition), l.lower, std::min(l.upper, double(m_zUpperLimit)));
+    const double upper = std::min(l.upper, double(m_zUpperLimit));
+    const FocusSample sample = focusSample();
     const int32_t result = m_d.autoFocusResult;
-    moveAxes({{Z, target}}, done, [result] { return QVariant(int(result)); });
+    const bool stalled = takeStall(DeviceIndex::ZDrive);
+    if (stalled) {   // the drive does not answer: the search times out on its first move
+        moveAxes({{Z, counts(Z) + 1.0}}, done);
+        m_stalls.insert(DeviceIndex::ZDrive);
+        return {};
+    }
+    StandReply reply = std::move(done);
+    FocusSearch::run(m_axis[Z], sample, l.lower, upper, [reply, result](int32_t error) {
+        StandResult r;
+        r.error = error;
+        if (error == RunTimeError::ServiceLimitation)
+            r.errorText = QStringLiteral("The focus search found no sharp image within the focus limits");
+        else if (error == RunTimeError::ServiceTimeOut)
+            r.errorText = QStringLiteral("The focus search timed out");
+        else if (error != 0)
+            r.errorText = QStringLiteral("The focus search failed");
+        else
+            r.value = int(result);
+        reply(r);
+    });
     return {};
+}
+
+FocusSample StandEngine::focusSample() const {
+    // The sample's sharpest plane moves with the objective (their parfocal
+    // distances differ), and the peak is as narrow as its depth of focus.
+    const int16_t address = nosepieceAddress();
+    FocusSample s;
+    s.best = m_d.autoFocusPosition + (address - 1) * 600.0;
+    double na = 0.3;
+    if (address >= 1 && address <= m_d.objectives.size() && m_d.objectives[address - 1].na > 0)
+        na = m_d.objectives[address - 1].na;
+    s.depth = std::max(20.0, 0.55 / (2 * na * na) / 0.05);
+    return s;
 }
 
 QVariant StandEngine::zUpperLimit(const StandArgs&, StandReply&) {
@@ -94,7 +131,10 @@ QVariant StandEngine::xyMove(const StandArgs& a, StandReply& done) {
 
 QVariant StandEngine::setXYEscape(const StandArgs& a, StandReply& done) {
     const int16_t e = a.int16(0) != 0 ? 1 : 0;
-    needMotor(DeviceIndex::XYDrive, {X, Y});
+    need(DeviceIndex::XYDrive);
+    // Escape first stops the stage where it is.
+    m_axis[X]->stop();
+    m_axis[Y]->stop();
     if (e == m_xyEscape) return {};
     double tx, ty;
     if (e) {

@@ -5,6 +5,8 @@
 // scale and link box command the zoom as its panel does.
 #include "main/app/frmMain.h"
 
+#include "motion/panels/JoystickControl.h"
+#include "motion/panels/MotionPanels.h"
 #include "panels/DevicePanels.h"
 #include "panels/MainPanelSide.h"
 #include "panels/SubPanels.h"
@@ -44,6 +46,20 @@ void frmMain::attachDevicePanels() {
     side.ZoomLink = ui->ZoomLink;
     connect(ui->ZoomLink, &PanelCheck::Click, this, [this] { frmSubZoom::ZoomLink_Click(ui->ZoomLink->Value()); });
     connect(ui->zoomScale, &ZoomScale::ZoomPicked, this, [this](double zoom) { zoomFromScale(zoom, ui->ZoomLink); });
+    registerMotionPanels(this);
+    // The game pad: Timer1 runs only while one is plugged in, and the
+    // control pad frame is usable only then.
+    auto* joystick = new JoystickControl(this);
+    joystick->setObjectName(QStringLiteral("joystick"));
+    ui->frmControlPad->setEnabled(joystick->present());
+    connect(joystick, &JoystickControl::presenceChanged, ui->frmControlPad, &QWidget::setEnabled);
+    // The Setting menu opens the focus panel in its two setting modes.
+    connect(ui, &MainPanel::SetupClicked, this, [](int16_t entry) {
+        if (entry == 2)
+            openMotionPanel(QStringLiteral("frmSubZ"), QStringLiteral("UpperLimit Setting"), -1);
+        else if (entry == 3)
+            openMotionPanel(QStringLiteral("frmSubZ"), QStringLiteral("Focus Setting"), -1);
+    });
 
     using SubPanels::OpensOn;
     struct Twin {

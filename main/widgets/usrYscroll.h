@@ -36,6 +36,9 @@ public:
     double Resolution() const { return m_resolution; }
     void setResolution(double step);
 
+    // Where the thumb stands, for a pointer that wants to grab it.
+    QPoint thumbCentre() const { return QPoint(width() / 2, int(yOfValue(m_position))); }
+
     QSize sizeHint() const override { return QSize(64, 260); }
     QSize minimumSizeHint() const override { return QSize(40, 140); }
 

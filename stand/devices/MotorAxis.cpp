@@ -7,16 +7,48 @@
 MotorAxis::MotorAxis(double value, double unitsPerSecond, bool streams, const double* speedFactor,
                      QObject* parent)
     : QObject(parent), m_value(value), m_speed(unitsPerSecond > 0 ? unitsPerSecond : 1),
-      m_streams(streams), m_factor(speedFactor) {
+      m_accel(m_speed / kDefaultRampSeconds), m_streams(streams), m_factor(speedFactor),
+      m_lastReported(value) {
     m_timer.setInterval(kTickMs);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &MotorAxis::tick);
 }
 
+void MotorAxis::setSpeed(double unitsPerSecond) {
+    if (!(unitsPerSecond > 0) || !std::isfinite(unitsPerSecond)) return;
+    const double ramp = m_speed / m_accel;
+    m_speed = unitsPerSecond;
+    m_accel = m_speed / ramp;
+}
+
+void MotorAxis::setAcceleration(double unitsPerSecondSquared) {
+    if (unitsPerSecondSquared > 0 && std::isfinite(unitsPerSecondSquared)) m_accel = unitsPerSecondSquared;
+}
+
 void MotorAxis::place(double value) {
     if (m_busy || value == m_value) return;
     m_value = value;
-    if (onValue) onValue(m_value);
+    report();
+}
+
+double MotorAxis::travelSeconds(double distance) const {
+    const double rampDistance = m_speed * m_speed / m_accel;   // up and down together
+    if (distance <= rampDistance) return 2.0 * std::sqrt(distance / m_accel);
+    return 2.0 * m_speed / m_accel + (distance - rampDistance) / m_speed;
+}
+
+double MotorAxis::travelledAfter(double t, double distance) const {
+    const double total = travelSeconds(distance);
+    if (t >= total) return distance;
+    if (t <= 0) return 0;
+    const double rampDistance = m_speed * m_speed / m_accel;
+    const double peak = distance <= rampDistance ? std::sqrt(distance * m_accel) : m_speed;
+    const double rampTime = peak / m_accel;
+    if (t < rampTime) return 0.5 * m_accel * t * t;                      // accelerating
+    const double cruiseEnd = total - rampTime;
+    if (t <= cruiseEnd) return 0.5 * peak * rampTime + peak * (t - rampTime);   // cruising
+    const double left = total - t;                                        // braking
+    return distance - 0.5 * m_accel * left * left;
 }
 
 void MotorAxis::moveTo(double target, bool stalled, Finish done) {
@@ -28,12 +60,13 @@ void MotorAxis::moveTo(double target, bool stalled, Finish done) {
     if (*m_factor <= 0.0) {        // instant clock
         if (!stalled && target != m_value) {
             m_value = target;
-            if (onValue) onValue(m_value);
+            report();
         }
         finish(stalled ? RunTimeError::ServiceTimeOut : 0);
         return;
     }
     m_elapsed.start();
+    m_sinceReport.start();
     m_timer.start();
 }
 
@@ -41,12 +74,18 @@ void MotorAxis::abort(int32_t error) {
     if (m_busy) finish(error);
 }
 
+void MotorAxis::stop() {
+    if (!m_busy) return;
+    if (m_value != m_lastReported) report();
+    finish(0);
+}
+
 void MotorAxis::tick() {
     const double simulatedSeconds = m_elapsed.nsecsElapsed() / 1e9 * *m_factor;
     if (*m_factor <= 0.0) {        // clock switched to instant during the move
         if (!m_stalled && m_value != m_target) {
             m_value = m_target;
-            if (onValue) onValue(m_value);
+            report();
         }
         finish(m_stalled ? RunTimeError::ServiceTimeOut : 0);
         return;
@@ -56,18 +95,21 @@ void MotorAxis::tick() {
         return;
     }
     const double distance = std::abs(m_target - m_start);
-    const double travelled = m_speed * simulatedSeconds;
+    const double travelled = travelledAfter(simulatedSeconds, distance);
     if (travelled >= distance) {
-        if (m_value != m_target) {
-            m_value = m_target;
-            if (onValue) onValue(m_value);
-        }
+        m_value = m_target;
+        if (m_value != m_lastReported) report();
         finish(0);
         return;
     }
-    const double next = m_start + (m_target > m_start ? travelled : -travelled);
-    m_value = next;
-    if (m_streams && onValue) onValue(m_value);
+    m_value = m_start + (m_target > m_start ? travelled : -travelled);
+    if (m_streams && m_sinceReport.elapsed() >= kReportMs) report();
+}
+
+void MotorAxis::report() {
+    m_lastReported = m_value;
+    m_sinceReport.restart();
+    if (onValue) onValue(m_value);
 }
 
 void MotorAxis::finish(int32_t error) {

@@ -1,9 +1,12 @@
 #pragma once
-// One motor of the stand: drives a value towards a target at a fixed speed.
-// With an instant clock it arrives at once; otherwise a timer on the owning
-// thread advances it, reporting each intermediate value when the axis streams.
-// A stalled motor does not move and fails with the time-out code after the
-// stand's time-out.
+// One motor of the stand: drives a value towards a target as a stepper
+// controller does, accelerating at a set rate up to a set speed, cruising,
+// and braking into the target (a short move never reaches full speed). With
+// an instant clock it arrives at once; otherwise a timer on the owning thread
+// advances it. A streaming axis (focus, stage) reports its position at a
+// steady rate while it runs, as the stand's controller does, and always its
+// final position. A stalled motor does not move and fails with the time-out
+// code after the stand's time-out. A move can be stopped where it is.
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
@@ -17,6 +20,11 @@ public:
     // Seconds of simulated time a stalled move waits before it gives up.
     static constexpr double kStallTimeOutSeconds = 5.0;
     static constexpr int kTickMs = 5;
+    // A streaming axis reports its position every this many real
+    // milliseconds while it runs: 25 reports a second.
+    static constexpr int kReportMs = 40;
+    // Seconds from standstill to full speed when no acceleration is given.
+    static constexpr double kDefaultRampSeconds = 0.15;
 
     // `speedFactor` points at the stand's speed factor (0 instant).
     MotorAxis(double value, double unitsPerSecond, bool streams, const double* speedFactor,
@@ -25,30 +33,46 @@ public:
     double value() const { return m_value; }
     bool busy() const { return m_busy; }
     double speed() const { return m_speed; }
-    void setSpeed(double unitsPerSecond) { m_speed = unitsPerSecond; }
+    // A new speed keeps the ramp time: the acceleration follows the speed.
+    void setSpeed(double unitsPerSecond);
+    double acceleration() const { return m_accel; }
+    void setAcceleration(double unitsPerSecondSquared);
     // Sets the value without motion (used when nothing is moving).
     void place(double value);
 
     // Drives to `target`; `done` is called once with 0 or a failure code.
     void moveTo(double target, bool stalled, Finish done);
-    // Stops a running move where it is; its `done` gets `error`.
+    // Ends a running move at once; its `done` gets `error`.
     void abort(int32_t error);
+    // Stops a running move where the motor is now; the move counts as done
+    // (its `done` gets 0) and the position reached is reported.
+    void stop();
 
-    // Called with every new value (only the final one unless the axis streams).
+    // Simulated seconds a move of `distance` takes with this speed and
+    // acceleration (a triangle when it is too short to reach full speed).
+    double travelSeconds(double distance) const;
+    // Distance covered `seconds` into a move of `distance`.
+    double travelledAfter(double seconds, double distance) const;
+
+    // Called with every reported value.
     std::function<void(double)> onValue;
 
 private:
     void tick();
     void finish(int32_t error);
+    void report();
 
     double m_value;
     double m_speed;
+    double m_accel;
     bool m_streams;
     const double* m_factor;
     bool m_busy = false;
     bool m_stalled = false;
     double m_start = 0, m_target = 0;
+    double m_lastReported;
     QElapsedTimer m_elapsed;
+    QElapsedTimer m_sinceReport;
     QTimer m_timer;
     Finish m_done;
 };

@@ -597,11 +597,12 @@ CONFORMANCE_CASE(PositionsStreamDuringABlockingMove) {
     }
     EXPECT_EQ(c.svc.ZDriveZPosition(), 40000);
     c.events.clear();
-    c.svc.XYDriveMove(30000, -20000);
+    // The stage reports at the controller's steady rate, so the move is long enough for several.
+    c.svc.XYDriveMove(90000, -60000);
     EXPECT_GE(c.named("AppXYDriveXPosition").size(), 3);
     EXPECT_GE(c.named("AppXYDriveYPosition").size(), 3);
-    EXPECT_EQ(c.named("AppXYDriveXPosition").last(), "AppXYDriveXPosition:30000");
-    EXPECT_EQ(c.named("AppXYDriveYPosition").last(), "AppXYDriveYPosition:-20000");
+    EXPECT_EQ(c.named("AppXYDriveXPosition").last(), "AppXYDriveXPosition:90000");
+    EXPECT_EQ(c.named("AppXYDriveYPosition").last(), "AppXYDriveYPosition:-60000");
 }
 
 // --- shipped descriptions -------------------------------------------------------------

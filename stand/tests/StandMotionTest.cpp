@@ -1,0 +1,177 @@
+// The focus drive and the stage of the simulated stand move as motors do:
+// they accelerate and brake, report their position at a steady rate while
+// they run, stop where they are on escape, and the auto focus searches the
+// sample's sharpness by moving the drive and lands on the peak.
+#include "stand/SimulatedMicroscope.h"
+#include "stand/SimulatedService.h"
+#include "stand/SimulatedStand.h"
+#include "stand/devices/FocusSearch.h"
+#include "stand/devices/MotorAxis.h"
+#include "core/base/RunTimeError.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+namespace {
+
+QString shipped(const char* file) {
+    return QStringLiteral(ZENTOR_STAND_DESCRIPTIONS) + QLatin1Char('/') + QLatin1String(file);
+}
+
+struct Stand {
+    SimulatedService service;
+    SimulatedMicroscope mic{&service};
+    QStringList events;
+    QVector<qint64> zTimes;
+    QElapsedTimer clock;
+    explicit Stand(double speed) : service(StandClock::realTime(speed), {shipped("full-system.json")}) {
+        mic.Connect(1);
+        clock.start();
+        QObject::connect(&mic, &MicroscopeService::OnPropertyChanged, [this](const QString& e) {
+            events << e;
+            if (e.startsWith(QLatin1String("AppZDriveZPosition:"))) zTimes << clock.elapsed();
+        });
+    }
+};
+
+int errorOf(const std::function<void()>& f) {
+    try { f(); } catch (const RunTimeError& e) { return e.number(); }
+    return 0;
+}
+
+} // namespace
+
+TEST(MotorAxisProfile, AShortMoveIsATriangleALongOneCruisesAtTheSetSpeed) {
+    double factor = 1;
+    MotorAxis axis(0, 1000, true, &factor);
+    axis.setAcceleration(10000);
+    // Up to full speed takes 0.1 s and 50 units, braking the same.
+    EXPECT_NEAR(axis.travelSeconds(2000), 0.1 + 1.9 + 0.1, 1e-9);
+    EXPECT_NEAR(axis.travelSeconds(25), 2 * std::sqrt(25.0 / 10000), 1e-9);
+    EXPECT_NEAR(axis.travelledAfter(0.05, 2000), 12.5, 1e-9);       // accelerating
+    EXPECT_NEAR(axis.travelledAfter(1.0, 2000), 50 + 900, 1e-9);    // cruising
+    EXPECT_NEAR(axis.travelledAfter(2.1, 2000), 2000, 1e-9);
+    EXPECT_NEAR(axis.travelledAfter(2.05, 2000), 2000 - 12.5, 1e-9); // braking
+}
+
+TEST(StandMotion, AFocusMoveStreamsItsPositionAtASteadyRateUntilItArrives) {
+    Stand s(1.0);
+    s.mic.setZDriveSpeed(9);   // fastest code: about 9000 counts a second
+    s.zTimes.clear();
+    s.mic.setZDriveZPosition(8000);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), 8000);
+    ASSERT_GE(s.zTimes.size(), 10);
+    // Between 20 and 50 reports a second while it runs.
+    const double seconds = (s.zTimes.last() - s.zTimes.first()) / 1000.0;
+    const double rate = (s.zTimes.size() - 1) / seconds;
+    EXPECT_GE(rate, 20.0);
+    EXPECT_LE(rate, 50.0);
+    EXPECT_EQ(s.events.last(), QStringLiteral("AppZDriveZPosition:8000"));
+}
+
+TEST(StandMotion, EscapeStopsAMoveWhereItIsAndTheDriveGoesDown) {
+    Stand s(1.0);
+    int32_t stoppedAt = 0;
+    bool moveDone = false;
+    // A second client (the joystick's escape) presses escape while the move runs.
+    QTimer::singleShot(300, [&] {
+        stoppedAt = s.mic.ZDriveZPosition();
+        s.mic.setZDriveIsZEscape(1);
+    });
+    EXPECT_EQ(errorOf([&] { s.mic.setZDriveZPosition(150000); moveDone = true; }), 0);
+    EXPECT_TRUE(moveDone);
+    EXPECT_GT(stoppedAt, 0);
+    EXPECT_LT(stoppedAt, 150000);
+    EXPECT_EQ(s.mic.ZDriveIsZEscape(), 1);
+    EXPECT_FALSE(s.events.contains(QStringLiteral("AppZDriveZPosition:150000")));
+    // Escaped: the drive stands at the bottom of its travel, at rest.
+    EXPECT_EQ(s.mic.ZDriveZPosition(), int32_t(s.mic.LowerLimit(11)));
+    s.events.clear();
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < 200) QCoreApplication::processEvents();
+    EXPECT_TRUE(s.events.isEmpty());
+}
+
+TEST(StandMotion, StageEscapeStopsTheStageMidMove) {
+    Stand s(5.0);
+    int32_t stoppedAt = 0;
+    QTimer::singleShot(100, [&] {
+        stoppedAt = s.mic.XYDriveXPosition();
+        s.mic.setXYDriveIsEscape(1);
+    });
+    s.mic.XYDriveMove(90000, 60000);
+    EXPECT_GT(stoppedAt, 0);
+    EXPECT_LT(stoppedAt, 90000);
+    EXPECT_FALSE(s.events.contains(QStringLiteral("AppXYDriveXPosition:90000")));
+    EXPECT_EQ(s.mic.XYDriveIsEscape(), 1);
+}
+
+TEST(StandMotion, AStalledFocusTimesOutAndMovesNothing) {
+    Stand s(100.0);
+    s.service.stand(1)->control().stallDevice(10);
+    const int32_t before = s.mic.ZDriveZPosition();
+    EXPECT_EQ(errorOf([&] { s.mic.setZDriveZPosition(before + 5000); }) & 0xFFF, 0x4B7);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), before);
+}
+
+TEST(StandMotion, MovesPastTheLimitsAreRefusedAndNothingMoves) {
+    Stand s(0.0 + 1000);
+    const int32_t upper = s.mic.ZUpperLimit();
+    EXPECT_EQ(errorOf([&] { s.mic.setZDriveZPosition(upper + 1); }) & 0xFFF, 0x4BE);
+    EXPECT_EQ(errorOf([&] { s.mic.setXYDriveXPosition(int32_t(s.mic.UpperLimit(13)) + 1); }) & 0xFFF, 0x4BE);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), 0);
+}
+
+TEST(FocusSearchOnTheSample, TheSearchStepsThroughTheCurveAndLandsOnThePeak) {
+    double factor = 0;   // instant moves: the search's path is what is checked
+    MotorAxis axis(0, 4000, true, &factor);
+    QVector<double> visited;
+    axis.onValue = [&](double v) { visited << v; };
+    FocusSample sample;
+    sample.best = 73411;
+    sample.depth = 60;
+    int32_t result = -1;
+    FocusSearch::run(&axis, sample, 0, 200000, [&](int32_t e) { result = e; });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(axis.value(), 73411);
+    // It took many probing moves, not one jump.
+    EXPECT_GT(visited.size(), 10);
+}
+
+TEST(FocusSearchOnTheSample, APeakBeyondTheUsableTravelFailsTheSearch) {
+    double factor = 0;
+    MotorAxis axis(1000, 4000, true, &factor);
+    FocusSample sample;
+    sample.best = 150000;
+    int32_t result = -1;
+    FocusSearch::run(&axis, sample, 0, 40000, [&](int32_t e) { result = e; });
+    EXPECT_EQ(result & 0xFFF, 0x4BE);
+}
+
+TEST(StandAutoFocus, TheBestFocusMovesWithTheObjectiveAndTheSearchTakesTime) {
+    Stand s(20.0);
+    QElapsedTimer t;
+    t.start();
+    EXPECT_EQ(s.mic.ZDriveAutoFocus(), 0);
+    const int32_t first = s.mic.ZDriveZPosition();
+    EXPECT_GT(t.elapsed(), 300);
+    s.mic.setNosepiecePosition(3);
+    EXPECT_EQ(s.mic.ZDriveAutoFocus(), 0);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), first + 2 * 600);
+}
+
+TEST(StandAutoFocus, AnUpperLimitBelowTheSampleMakesTheSearchFail) {
+    Stand s(1000.0);
+    s.mic.setZUpperLimit(40000);   // the sample's focus lies at 100000
+    EXPECT_EQ(errorOf([&] { s.mic.ZDriveAutoFocus(); }) & 0xFFF, 0x4BE);
+    EXPECT_LE(s.mic.ZDriveZPosition(), 40000);
+}
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
