@@ -1,6 +1,7 @@
 #include "panels/DevicePanels.h"
 
 #include "panels/StopPanel.h"
+#include "panels/frmSubFiber.h"
 #include "state/FormRegistry.h"
 
 #include <QPointer>
@@ -18,4 +19,5 @@ void registerDevicePanels(QWidget* owner)
 {
     creator<frmSubAp>("frmSubAp", owner);
     creator<frmSubFS>("frmSubFS", owner);
+    creator<frmSubFiber>("frmSubFiber", owner);
 }

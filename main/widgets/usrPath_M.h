@@ -48,6 +48,14 @@ public:
     // 1 marks the observation group (cube, barrier, analyzer), 0 clears it.
     void ShowObserve(int16_t observe);
 
+    // The fiber illuminator beside the stage: drawn once it is connected,
+    // with its own shutter lighting the specimen from the side when open.
+    void ShowFiber(bool connected);
+    void ShowFiberShutterOpen();
+    void ShowFiberShutterClose();
+    bool FiberShown() const { return m_fiberShown; }
+    bool FiberShutterOpen() const { return m_fiberOpen; }
+
     // Filter colours, 0x00BBGGRR; cleared colours draw as a neutral filter.
     int32_t ExColor() const { return m_exColor; }
     void setExColor(int32_t bgr);
@@ -110,4 +118,6 @@ private:
     bool m_hasEx = false;
     bool m_hasBa = false;
     int16_t m_pressedOutlet = 0;
+    bool m_fiberShown = false;
+    bool m_fiberOpen = false;
 };
