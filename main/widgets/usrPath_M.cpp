@@ -413,19 +413,20 @@ void usrPath_M::paintEvent(QPaintEvent*)
     // Fiber illuminator: a source beside the stage, its light guide bent down
     // to the specimen, and its shutter at the source's outlet.
     if (m_fiberShown) {
-        const QPointF out(250, 126), tip(kAxis + 18, 136);
-        body(p, QRectF(252, 114, 30, 22), 3);
-        tag(p, QPointF(267, 108), QStringLiteral("FIBER"), m_fiberOpen);
+        // Low on the right, clear of the filter marks the panel lays on the drawing.
+        const QPointF out(242, 157), tip(kAxis + 18, 136);
+        body(p, QRectF(244, 146, 32, 22), 3);
+        tag(p, QPointF(260, 140), QStringLiteral("FIBER"), m_fiberOpen);
         p.setPen(QPen(QColor(0x70, 0x76, 0x7e), 3, Qt::SolidLine, Qt::RoundCap));
         p.setBrush(Qt::NoBrush);
         QPainterPath guide(out);
-        guide.cubicTo(QPointF(230, 126), QPointF(214, 128), tip);
+        guide.cubicTo(QPointF(222, 157), QPointF(214, 134), tip);
         p.drawPath(guide);
         if (m_fiberOpen)
             beam(p, tip, QPointF(kAxis + 4, 140), diaLight(), true, 2.0);
         p.setPen(Qt::NoPen);
         p.setBrush(m_fiberOpen ? look::mark() : look::warn());
-        p.drawRect(m_fiberOpen ? QRectF(247, 114, 4, 5) : QRectF(247, 120, 4, 12));
+        p.drawRect(m_fiberOpen ? QRectF(238, 146, 4, 5) : QRectF(238, 151, 4, 12));
     }
 
     // Outlets.
