@@ -78,6 +78,13 @@ public:
     // The caption drawn on an outlet ("BINO", "FRONT", "REAR"), and whether
     // it is drawn whole inside its box.
     static QString OutletCaption(int16_t index);
+
+    // The filters whose colour the operator may pick: 1 the excitation filter,
+    // 2 the barrier filter. Drawn only with an epi illuminator.
+    bool HasColorArea(int16_t filter) const;
+    QRect colorAreaRect(int16_t filter) const;
+    // What the pointer's tip over a filter's colour area says; empty elsewhere.
+    QString colorAreaTip(const QPoint& widgetPos) const;
     bool OutletCaptionFits(int16_t index) const;
 
     QSize sizeHint() const override { return QSize(300, 232); }
@@ -92,8 +99,12 @@ signals:
     void FunctionKey(int16_t KeyCode, int16_t Shift);
     // The operator pressed on the diagram.
     void LostSelection();
+    // The operator clicked a filter's colour area (1 excitation, 2 barrier)
+    // with a button (1 left, 2 right).
+    void ColorPicked(int16_t Filter, int16_t Button);
 
 protected:
+    bool event(QEvent* e) override;
     void paintEvent(QPaintEvent*) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
@@ -105,6 +116,8 @@ private:
     QRectF outletDesignRect(int16_t index) const;
     QFont outletFont(int16_t index) const;
     int16_t outletAt(const QPointF& widgetPos) const;
+    QRectF colorAreaDesignRect(int16_t filter) const;
+    int16_t colorAreaAt(const QPointF& widgetPos) const;
 
     int32_t m_scopeType = 0;
     int32_t m_pathState = 0;
@@ -118,6 +131,8 @@ private:
     bool m_hasEx = false;
     bool m_hasBa = false;
     int16_t m_pressedOutlet = 0;
+    int16_t m_pressedArea = 0;
+    Qt::MouseButton m_pressedButton = Qt::NoButton;
     bool m_fiberShown = false;
     bool m_fiberOpen = false;
 };

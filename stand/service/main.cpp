@@ -5,6 +5,7 @@
 #include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
+#include "stand/StandMemory.h"
 #include "stand/service/ServiceHost.h"
 
 #include <QCommandLineParser>
@@ -175,7 +176,12 @@ int main(int argc, char* argv[])
                                           QStringLiteral("Serve the fiber illuminator under <name> instead of %1.")
                                               .arg(ZentorBus::FiberService),
                                           QStringLiteral("name"));
-    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt});
+    const QCommandLineOption stateOpt(QStringLiteral("state-file"),
+                                      QStringLiteral("Keep the stands' user observation methods (7 to 12) in <file>, "
+                                                     "so that they survive a restart (default %1).")
+                                          .arg(StandMemory::defaultPath()),
+                                      QStringLiteral("file"));
+    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt, stateOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -186,9 +192,13 @@ int main(int argc, char* argv[])
         return fail(error);
     if (parser.isSet(dirOpt)) {
         const QString dir = parser.value(dirOpt);
-        if (!QFileInfo(dir).isDir())
-            return fail(QStringLiteral("the descriptions folder %1 does not exist").arg(dir));
-        config.stands << descriptionsIn(dir);
+        // A missing folder (an installation that lost its delivered files)
+        // still serves the service's own simulated microscope.
+        if (QFileInfo(dir).isDir())
+            config.stands << descriptionsIn(dir);
+        else
+            say(QStringLiteral("warning: the descriptions folder %1 does not exist; "
+                               "serving the simulated microscope only").arg(dir));
     }
     for (const QString& s : parser.values(standOpt))
         config.stands << QFileInfo(s).absoluteFilePath();
@@ -208,11 +218,16 @@ int main(int argc, char* argv[])
         config.fiber = true;
     }
 
+    // The stands' non-volatile memory; a damaged file is set aside and said.
+    StandMemory memory(parser.isSet(stateOpt) ? parser.value(stateOpt) : StandMemory::defaultPath(), say);
+    memory.load();
+
     const StandClock clock = config.speedFactor == 0 ? StandClock::instant() : StandClock::realTime(config.speedFactor);
     std::unique_ptr<SimulatedService> service;
     try {
         // Reads every description now, so that a bad file stops the start.
         service = std::make_unique<SimulatedService>(clock, config.microscopes ? config.stands : QStringList());
+        service->keepUserMethodsIn(&memory);
     } catch (const RunTimeError& e) {
         return fail(e.description());
     }
