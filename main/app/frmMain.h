@@ -35,6 +35,10 @@ public:
     void Form_Activate();
     // Runs Form_Unload once; the window then closes.
     void Form_Unload();
+    // The orderly close on SIGTERM or SIGINT: as any close, but no box waits
+    // for an answer nobody will give (those up are dismissed, later ones go
+    // to the standard error).
+    void closeOnSignal();
 
     void lstMic_Click();
     void btnOpen_Click();
@@ -48,6 +52,20 @@ public:
     void micEvent_OnPropertyChanged(const QString& bstrMessage);
     // Ties every device's twin buttons to its panel (frmMainPanels.cpp).
     void attachDevicePanels();
+    // The link boxes and the light path diagram (frmMainLinks.cpp).
+    void attachLinks();
+    void ObjLink_Click();
+    void PathLink_Click();
+    void usrMainPath_PathPicked(int16_t Index);
+    void usrMainPath_ServiceKey(int16_t KeyAscii);
+    void usrMainPath_FunctionKey(int16_t KeyCode, int16_t Shift);
+
+signals:
+    // Ctrl+G (key code 7) on the light path diagram: the operator asks for
+    // the command console.
+    void CommandConsoleRequested();
+
+public:
 
     // ---- fiber illuminator (frmMainFiber.cpp) -----------------------------------
     // The illuminator's server; its events (cFiberEvents) come from it too.
@@ -116,6 +134,13 @@ private:
     void customNames(bool userDefaults);
     void showPresentValues();
     void applicationActivated(bool active);
+    // The stored position is the frame's (title bar and border included),
+    // read and written the same way. A window manager frames the window only
+    // after it is shown, and a resize before that can shift it; so once the
+    // frame is known it is put where it was asked to be.
+    void placeFrame();
+    QPoint framePosition() const;
+    static QPoint onScreen(QPoint framePos);
     void writeLinkSettings();
     void readLinkSettings();
     int16_t currentItemData() const;
@@ -130,4 +155,6 @@ private:
     bool m_unloaded = false;
     bool m_inCloseEvent = false;
     bool m_activatePending = false;
+    QPoint m_framePos;      // where the frame is to stand at start, pixels
+    int m_placing = 0;      // corrections of the frame's place still allowed (only at start)
 };

@@ -5,7 +5,6 @@
 
 #include "main/tools/SiblingTools.h"
 #include "main/tools/ToolForms.h"
-#include "main/widgets/usrPath_M.h"
 
 void frmMain::attachTools() {
     registerToolForms(this);
@@ -14,11 +13,8 @@ void frmMain::attachTools() {
         if (Index == 0)
             Setup_Launch();
     });
-    // The service engineer's key on the drawing: Ctrl+G, character code 7.
-    connect(ui->usrMainPath, &usrPath_M::ServiceKey, this, [](int16_t KeyAscii) {
-        if (KeyAscii == 7)
-            showToolForm(QStringLiteral("frmCommand"));
-    });
+    // The service engineer's key on the drawing (Ctrl+G, character code 7).
+    connect(this, &frmMain::CommandConsoleRequested, this, [] { showToolForm(QStringLiteral("frmCommand")); });
 }
 
 void frmMain::btnInfo_MouseUp(int16_t Index) {

@@ -59,6 +59,8 @@ public:
     void setHint(std::function<QString()> source);
     // The hint that is drawn now: empty while the caption holds text.
     QString HintShown() const;
+    // The colour the hint is drawn in: the label's own, as a value's.
+    QColor HintColor() const;
     // Whether the caption (or the hint shown) is drawn whole in the label.
     bool CaptionFits() const;
 
