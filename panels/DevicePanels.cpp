@@ -7,6 +7,7 @@
 #include "panels/ObjectivePanel.h"
 #include "panels/StopPanel.h"
 #include "panels/ZoomPanel.h"
+#include "panels/frmSubFiber.h"
 #include "state/FormRegistry.h"
 
 #include <QPointer>
@@ -32,4 +33,5 @@ void registerDevicePanels(QWidget* owner)
     creator<frmSubFilter>("frmSubFilter", owner);
     creator<frmSubCond>("frmSubCond", owner);
     creator<frmSubPath>("frmSubPath", owner);
+    creator<frmSubFiber>("frmSubFiber", owner);
 }

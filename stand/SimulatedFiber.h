@@ -1,8 +1,13 @@
 #pragma once
 // The simulated fiber illuminator server: ND wheel of six positions (two wheel
 // models), shutter with timed self-reversal, lamp and the safety sensors. Its
-// calls never block; timed reversal runs on a QTimer. Every change is reported
-// as "<name>:<value>" with the eight names of FiberService.
+// calls never block; timed reversal and the lamp's warm-up run on QTimers.
+// Every change is reported as "<name>:<value>" with the eight names of
+// FiberService.
+//
+// The lamp lights when the server connects and whenever every safety sensor is
+// good again after a trip; it is ready (Lamp_IsReady 1) only after its
+// warm-up. A sensor that trips puts it out.
 #include "core/service/FiberService.h"
 #include "stand/StandClock.h"
 
@@ -41,13 +46,20 @@ public:
     // Test hooks: a sensor changes on the illuminator (reported as an event).
     void setSensor(const QString& name, int16_t value);
     void setPresent(bool present);
+    // Speed of simulated time: 0 instant, 1 real time (the warm-up, the reversal).
+    void setSpeedFactor(double factor);
     bool shutterReversalPending() const { return m_reversal.isActive(); }
+    bool lampWarmingUp() const { return m_warmUp.isActive(); }
+    // Warm-up of the lamp on the device, before the clock's speed factor.
+    static constexpr double kWarmUpMs = 3000;
 
 private:
     void requireConnected(const char* member) const;
     void change(const QString& name, int16_t value);
     void setShutter(int16_t open);
     void startReversal(double seconds, int16_t back);
+    bool sensorsGood() const;
+    void lightLamp();
 
     StandClock m_clock;
     bool m_present;
@@ -55,5 +67,6 @@ private:
     int16_t m_wheelModel;
     QMap<QString, int16_t> m_values;
     QTimer m_reversal;
+    QTimer m_warmUp;
     int16_t m_reverseTo = 0;
 };

@@ -1,6 +1,9 @@
 #include "main/app/ServiceChoice.h"
 
+#include "core/service/dbus/DBusFiberService.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
+#include "panels/mdlFiber.h"
+#include "stand/SimulatedFiber.h"
 #include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
 #include "state/ServiceSource.h"
@@ -60,10 +63,14 @@ void install() {
         ServiceSource::setMaker([]() -> std::unique_ptr<MicroscopeService> {
             return std::make_unique<SimulatedMicroscope>(inProcessService());
         });
+        mdlFiber::setMaker([]() -> std::unique_ptr<FiberService> {
+            return std::make_unique<SimulatedFiber>(clockFromEnvironment());
+        });
     } else {
         ServiceSource::setMaker([]() -> std::unique_ptr<MicroscopeService> {
             return std::make_unique<DBusMicroscopeService>();
         });
+        mdlFiber::setMaker([]() -> std::unique_ptr<FiberService> { return std::make_unique<DBusFiberService>(); });
     }
 }
 

@@ -18,7 +18,8 @@ enum class Kind { DBus, InProcess };
 // DBus unless ZENTOR_SERVICE is "inprocess" (any case).
 Kind kind();
 
-// Hands the maker of the chosen kind to ServiceSource.
+// Hands the makers of the chosen kind to ServiceSource and to the fiber
+// illuminator's side (mdlFiber).
 void install();
 
 // The simulated service the in-process objects share; made on first use from

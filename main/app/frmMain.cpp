@@ -1,6 +1,7 @@
 #include "main/app/frmMain.h"
 
 #include "state/DeviceTables.h"
+#include "panels/mdlFiber.h"
 #include "state/FormRegistry.h"
 #include "state/MainState.h"
 #include "state/MicroscopeList.h"
@@ -75,6 +76,8 @@ frmMain::frmMain(const QStringList& args, QWidget* parent) : QWidget(parent), m_
     connect(ui->btnClose, &usrButton::Released, this, [this] { btnClose_Click(); });
     connect(ui->btnStatusRead, &usrButton::Released, this, [this] { btnStatus_Read(); });
     attachDevicePanels();
+    attachFiber();
+    attachTools();
 
     Form_Initialize();
     Form_Load();
@@ -135,6 +138,7 @@ void frmMain::Form_Load() {
     micEvent = services.eventSource;
     // Events arrive on micService itself while it is connected (see state/ServiceSource.h).
     connect(micEvent, &MicroscopeService::OnPropertyChanged, this, &frmMain::micEvent_OnPropertyChanged);
+    loadFiber();
 
     s.mObj = clsDefAddControl();
     s.mFilter = clsDefAddControl();
@@ -256,6 +260,13 @@ void frmMain::Form_Activate() {
             lstMic_Click();
         else
             ui->lstMic->setCurrentRow(SelectedMic);
+        // The fiber illuminator is looked for quietly at start: one that is
+        // not there is no news.
+        if (!m_unloaded) {
+            fiberState().QuietStart = true;
+            btnFiberOpen_Click();
+            fiberState().QuietStart = false;
+        }
         break;
     }
 
@@ -453,6 +464,7 @@ void frmMain::Form_Unload() {
     }
 
     btnClose_Click();
+    releaseFiber();
 
     s.micService = nullptr;
     services.micService.reset();

@@ -5,6 +5,7 @@
 // the liveness check when the window is activated again. The controls are
 // those of the embedded MainPanel; the device state lives in mainState().
 #include "state/ServiceSource.h"
+#include "core/service/FiberService.h"
 #include "state/clsMutex.h"
 #include "main/panel/MainPanel.h"
 
@@ -66,6 +67,18 @@ signals:
 
 public:
 
+    // ---- fiber illuminator (frmMainFiber.cpp) -----------------------------------
+    // The illuminator's server; its events (cFiberEvents) come from it too.
+    std::unique_ptr<FiberService> cFiber;
+    void btnFiberOpen_Click();
+    void btnFiberClose_Click();
+    void Fiber_Display();
+    void cFiberEvents_OnPropertyChanged(const QString& bstrMessage);
+
+    // ---- the operator's tools (frmMainTools.cpp) ---------------------------------
+    void btnInfo_MouseUp(int16_t Index);
+    void Setup_Launch();
+
     // ---- state of the window ---------------------------------------------------
     bool FirstActivate = true;
     bool OpenInProgress = false;
@@ -96,6 +109,10 @@ public:
 
 private:
     void cubeColour_Set(bool excitation);
+    void attachFiber();
+    void loadFiber();
+    void releaseFiber();
+    void attachTools();
 
 protected:
     bool event(QEvent* e) override;

@@ -1,6 +1,7 @@
 // The zentor executable: the operator's control panel of the microscope.
 // Command line: /SIM (the service's simulated microscope), /C (compact
 // window), or the name of a microscope.
+#include "core/base/Version.h"
 #include "core/base/mdlCommon.h"
 #include "main/app/ServiceChoice.h"
 #include "main/app/frmMain.h"

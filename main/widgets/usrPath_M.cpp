@@ -320,6 +320,30 @@ void usrPath_M::keyPressEvent(QKeyEvent* e)
     e->accept();
 }
 
+void usrPath_M::ShowFiber(bool connected)
+{
+    if (m_fiberShown == connected)
+        return;
+    m_fiberShown = connected;
+    update();
+}
+
+void usrPath_M::ShowFiberShutterOpen()
+{
+    if (m_fiberOpen)
+        return;
+    m_fiberOpen = true;
+    update();
+}
+
+void usrPath_M::ShowFiberShutterClose()
+{
+    if (!m_fiberOpen)
+        return;
+    m_fiberOpen = false;
+    update();
+}
+
 void usrPath_M::paintEvent(QPaintEvent*)
 {
     QPainter p(this);
@@ -448,6 +472,25 @@ void usrPath_M::paintEvent(QPaintEvent*)
         p.setPen(QPen(look::accent(), 1.6, Qt::DashLine));
         p.setBrush(Qt::NoBrush);
         p.drawRoundedRect(QRectF(kAxis - 18, 61, 44, 45), 4, 4);
+    }
+
+    // Fiber illuminator: a source beside the stage, its light guide bent down
+    // to the specimen, and its shutter at the source's outlet.
+    if (m_fiberShown) {
+        // Low on the right, clear of the filter marks the panel lays on the drawing.
+        const QPointF out(242, 157), tip(kAxis + 18, 136);
+        body(p, QRectF(244, 146, 32, 22), 3);
+        tag(p, QPointF(260, 140), QStringLiteral("FIBER"), m_fiberOpen);
+        p.setPen(QPen(QColor(0x70, 0x76, 0x7e), 3, Qt::SolidLine, Qt::RoundCap));
+        p.setBrush(Qt::NoBrush);
+        QPainterPath guide(out);
+        guide.cubicTo(QPointF(222, 157), QPointF(214, 134), tip);
+        p.drawPath(guide);
+        if (m_fiberOpen)
+            beam(p, tip, QPointF(kAxis + 4, 140), diaLight(), true, 2.0);
+        p.setPen(Qt::NoPen);
+        p.setBrush(m_fiberOpen ? look::mark() : look::warn());
+        p.drawRect(m_fiberOpen ? QRectF(238, 146, 4, 5) : QRectF(238, 151, 4, 12));
     }
 
     // Outlets.

@@ -48,6 +48,14 @@ public:
     // 1 marks the observation group (cube, barrier, analyzer), 0 clears it.
     void ShowObserve(int16_t observe);
 
+    // The fiber illuminator beside the stage: drawn once it is connected,
+    // with its own shutter lighting the specimen from the side when open.
+    void ShowFiber(bool connected);
+    void ShowFiberShutterOpen();
+    void ShowFiberShutterClose();
+    bool FiberShown() const { return m_fiberShown; }
+    bool FiberShutterOpen() const { return m_fiberOpen; }
+
     // Filter colours, 0x00BBGGRR; cleared colours draw as a neutral filter.
     int32_t ExColor() const { return m_exColor; }
     void setExColor(int32_t bgr);
@@ -125,4 +133,6 @@ private:
     int16_t m_pressedOutlet = 0;
     int16_t m_pressedArea = 0;
     Qt::MouseButton m_pressedButton = Qt::NoButton;
+    bool m_fiberShown = false;
+    bool m_fiberOpen = false;
 };

@@ -348,12 +348,14 @@ public:
 
     QString introspect(const QString&) const override
     {
-        return ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true);
+        return ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true) +
+               ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::fiberControlMethods(), false);
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
     {
-        static const InterfaceList interfaces = {{ZentorBus::FiberInterface, &ZentorBus::fiberMethods()}};
+        static const InterfaceList interfaces = {{ZentorBus::FiberInterface, &ZentorBus::fiberMethods()},
+                                                 {ZentorBus::ControlInterface, &ZentorBus::fiberControlMethods()}};
         const Found f = lookUp(msg, interfaces);
         if (!f.method)
             return false;
@@ -389,6 +391,9 @@ public:
             else if (name == QLatin1String("LampOn")) fb.LampOn();
             else if (name == QLatin1String("LampOff")) fb.LampOff();
             else if (name == QLatin1String("Status")) value = fb.Status(a.at(0).toString());
+            else if (name == QLatin1String("SetSensor")) fb.setSensor(a.at(0).toString(), n(1));
+            else if (name == QLatin1String("SetPresent")) fb.setPresent(a.at(0).toBool());
+            else if (name == QLatin1String("SetSpeedFactor")) fb.setSpeedFactor(a.at(0).toDouble());
         } catch (const RunTimeError& e) {
             bus.send(ZentorBus::errorReply(msg, e.number(), e.description()));
             return true;

@@ -30,6 +30,7 @@ TEST(SimulatedFiber, AbsentIlluminatorHasPortMinusOneAndCallsFail) {
 TEST(SimulatedFiber, NdWheelHasSixPositionsAndReportsChanges) {
     Fiber x(true, 1);
     x.f.Connect(500);
+    x.events.clear();   // the lamp's own events at connection
     EXPECT_NE(x.f.Port(), -1);
     EXPECT_EQ(x.f.NDWheelModel(), 1);
     x.f.setNDPosition(6);
@@ -43,6 +44,8 @@ TEST(SimulatedFiber, NdWheelHasSixPositionsAndReportsChanges) {
 TEST(SimulatedFiber, TimedShutterReversesByItself) {
     Fiber x;
     x.f.Connect(500);
+    x.runFor(20);       // the lamp warms up
+    x.events.clear();
     x.f.ShutterOpenTimed(2.0);   // 2 s at a thousand times speed
     EXPECT_EQ(x.f.ShutterIsOpened(), 1);
     EXPECT_TRUE(x.f.shutterReversalPending());
@@ -69,6 +72,34 @@ TEST(SimulatedFiber, ATrippedSensorPutsTheLampOutAndHoldsItOff) {
     EXPECT_EQ(x.f.Status("HeatSensitive_Status"), 0);
     EXPECT_THROW(x.f.Status("Bogus"), RunTimeError);
     EXPECT_EQ(SimulatedFiber::statusNames().size(), 8);
+}
+
+TEST(SimulatedFiber, TheLampLightsAtConnectAndIsReadyOnlyAfterItsWarmUp) {
+    Fiber x;
+    x.f.Connect(500);
+    EXPECT_EQ(x.f.LampIsOn(), 1);
+    EXPECT_EQ(x.f.Status("Lamp_IsReady"), 0);
+    EXPECT_TRUE(x.f.lampWarmingUp());
+    x.runFor(100);   // 3 s of warm-up at a thousand times speed
+    EXPECT_EQ(x.f.Status("Lamp_IsReady"), 1);
+    EXPECT_EQ(x.events, (QStringList{"Lamp_IsOn:1", "Lamp_IsReady:0", "Lamp_IsReady:1"}));
+}
+
+TEST(SimulatedFiber, ARecoveredSensorLightsTheLampAgainWithAFreshWarmUp) {
+    Fiber x;
+    x.f.Connect(500);
+    x.runFor(50);
+    x.events.clear();
+    x.f.setSensor("LampCoolingFun_Status", 0);
+    EXPECT_EQ(x.events, (QStringList{"LampCoolingFun_Status:0", "Lamp_IsOn:0", "Lamp_IsReady:0"}));
+    x.f.setSensor("PowerCoolingFun_Status", 0);
+    x.f.setSensor("LampCoolingFun_Status", 1);
+    EXPECT_EQ(x.f.LampIsOn(), 0);   // the other fan still stands
+    x.events.clear();
+    x.f.setSensor("PowerCoolingFun_Status", 1);
+    EXPECT_EQ(x.events, (QStringList{"PowerCoolingFun_Status:1", "Lamp_IsOn:1", "Lamp_IsReady:0"}));
+    x.runFor(50);
+    EXPECT_EQ(x.events.last(), QStringLiteral("Lamp_IsReady:1"));
 }
 
 } // namespace

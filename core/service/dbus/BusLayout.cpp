@@ -194,6 +194,19 @@ const QVector<Method>& fiberMethods()
     return methods;
 }
 
+const QVector<Method>& fiberControlMethods()
+{
+    static const QVector<Method> methods = {
+        // A safety sensor (Interlock_Status, HeatSensitive_Status,
+        // LampCoolingFun_Status, PowerCoolingFun_Status) reads `value`.
+        M("SetSensor", "sn", "", {"name", "value"}),
+        // false: the illuminator is unplugged (Connect finds nothing).
+        M("SetPresent", "b", "", {"present"}),
+        M("SetSpeedFactor", "d", "", {"factor"}),
+    };
+    return methods;
+}
+
 const Method* findMethod(const QVector<Method>& methods, const QString& name)
 {
     for (const Method& m : methods)

@@ -9,7 +9,8 @@
 //                                         member, signal OnPropertyChanged(s);
 //                                         org.zentor.StandControl: fault injection
 //   org.zentor.Fiber                      well-known name of the fiber illuminator
-//     /org/zentor/Fiber                   org.zentor.Fiber, signal OnPropertyChanged(s)
+//     /org/zentor/Fiber                   org.zentor.Fiber, signal OnPropertyChanged(s);
+//                                         org.zentor.StandControl: the sensors' faults
 //
 // A failure travels as a D-Bus error named org.zentor.Error.X<8 hex digits of
 // the 32-bit code>, its text starting with the same hex digits; the client
@@ -58,6 +59,8 @@ const QVector<Method>& deviceServiceMethods();
 const QVector<Method>& managerMethods();
 const QVector<Method>& controlMethods();
 const QVector<Method>& fiberMethods();
+// Fault injection of the fiber illuminator (ControlInterface on FiberPath).
+const QVector<Method>& fiberControlMethods();
 const Method* findMethod(const QVector<Method>& methods, const QString& name);
 
 // Introspection XML of one interface (with the event signal when asked).

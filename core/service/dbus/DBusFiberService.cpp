@@ -38,7 +38,7 @@ QVariant DBusFiberService::call(const char* member, const QVariantList& args)
     QDBusMessage msg = QDBusMessage::createMethodCall(m_serviceName, ZentorBus::FiberPath,
                                                       ZentorBus::FiberInterface, QLatin1String(member));
     msg.setArguments(args);
-    const QDBusMessage reply = m_bus.call(msg, QDBus::BlockWithGui, kCallTimeoutMs);
+    const QDBusMessage reply = m_bus.call(msg, QDBus::BlockWithGui, m_timeoutMs);
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     if (reply.type() == QDBusMessage::ErrorMessage)
         throw ZentorBus::errorFromMessage(reply);

@@ -3,7 +3,10 @@
 // bus (org.zentor.Fiber). It is a service of its own and may be absent: then
 // every call throws RunTimeError (the bus knows no such name), which the panel
 // reports as the illuminator not being found. Calls block like the
-// microscope's, with the user's input held back.
+// microscope's, with the user's input held back, but not for long: the
+// illuminator's calls answer at once (Connect within its own time-out), so a
+// server that has not answered after kCallTimeoutMs is hanging, and the call
+// fails with the time-out code instead of freezing the panel.
 #include "core/service/FiberService.h"
 
 #include <QDBusConnection>
@@ -14,7 +17,7 @@
 class DBusFiberService : public FiberService {
     Q_OBJECT
 public:
-    static constexpr int kCallTimeoutMs = 3600000;
+    static constexpr int kCallTimeoutMs = 15000;
 
     explicit DBusFiberService(QObject* parent = nullptr);
     DBusFiberService(const QDBusConnection& bus, const QString& serviceName, QObject* parent = nullptr);
@@ -38,6 +41,9 @@ public:
     void LampOff() override;
     int16_t Status(const QString& name) override;
 
+    // How long a call waits for the server's answer (tests of a hanging server).
+    void setCallTimeout(int ms) { m_timeoutMs = ms; }
+
 private slots:
     void onEvent(const QString& message);
 
@@ -47,4 +53,5 @@ private:
     QDBusConnection m_bus;
     QString m_serviceName;
     bool m_subscribed = false;
+    int m_timeoutMs = kCallTimeoutMs;
 };
