@@ -10,6 +10,7 @@ packages=(
   dbus dbus-bin dbus-daemon python3 python3-dbus python3-gi
   systemd libglib2.0-bin
   xvfb xauth x11-apps x11-utils imagemagick fonts-dejavu-core
+  xtrace                      # bench_idle counts the idle panel's X requests
 )
 missing=()
 for p in "${packages[@]}"; do

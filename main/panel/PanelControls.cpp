@@ -86,6 +86,12 @@ QString PanelLabel::HintShown() const
     return m_hint();
 }
 
+void PanelLabel::refreshHint()
+{
+    if (HintShown() != m_hintPainted)
+        update();
+}
+
 bool PanelLabel::CaptionFits() const
 {
     const QString shown = text().isEmpty() ? HintShown() : text();
@@ -105,6 +111,7 @@ void PanelLabel::paintEvent(QPaintEvent* e)
 {
     QLabel::paintEvent(e);
     const QString hint = HintShown();
+    m_hintPainted = hint;
     if (hint.isEmpty())
         return;
     QPainter p(this);

@@ -59,6 +59,9 @@ public:
     void setHint(std::function<QString()> source);
     // The hint that is drawn now: empty while the caption holds text.
     QString HintShown() const;
+    // Paints again only when the hint to show differs from the one drawn
+    // last, so that asking costs nothing while the state stands still.
+    void refreshHint();
     // Whether the caption (or the hint shown) is drawn whole in the label.
     bool CaptionFits() const;
 
@@ -77,6 +80,7 @@ protected:
 private:
     void applyColours();
     std::function<QString()> m_hint;
+    QString m_hintPainted;
     int32_t m_back = 0x5C342C;
     int32_t m_fore = 0xFFD0C0;
     bool m_transparent = true;
