@@ -19,19 +19,33 @@ QString SetupIni() { return appData() + QStringLiteral("/Korvu/MavrelTools/Setup
 QString FilterColorTxt() { return appData() + QStringLiteral("/Korvu/MavrelTools/FilterColor.txt"); }
 QString DebugTrace() { return Common_LogPath(); }
 
+QString DeliveredFolder(const QString& programFolder) {
+    QString folder = programFolder;
+    if (folder.isEmpty() && QCoreApplication::instance())
+        folder = QCoreApplication::applicationDirPath();
+    if (folder.isEmpty())
+        return QString();
+    // ZENTOR_DATA_FROM_BIN: the installation's data folder as seen from its
+    // program folder, given by the build from the install directories.
+    const QString candidates[] = {folder, QDir(folder).filePath(QStringLiteral(ZENTOR_DATA_FROM_BIN))};
+    for (const QString& candidate : candidates) {
+        if (QFileInfo(QDir(candidate).filePath(QStringLiteral("Camera.ini"))).isFile())
+            return QDir::cleanPath(candidate);
+    }
+    return QString();
+}
+
 bool CameraIni_Prepare(const QString& programFolder) {
     const QString target = CameraIni();
     if (QFileInfo::exists(target))
         return true;
-    QString folder = programFolder;
-    if (folder.isEmpty() && QCoreApplication::instance())
-        folder = QCoreApplication::applicationDirPath();
-    const QString source = Common_Slash(folder) + QStringLiteral("Camera.ini");
+    const QString folder = DeliveredFolder(programFolder);
+    const QString source = folder.isEmpty() ? QString() : Common_Slash(folder) + QStringLiteral("Camera.ini");
 
     const QString targetFolder = QFileInfo(target).absolutePath();
     if (QDir(targetFolder).entryList(QDir::Files | QDir::Hidden).isEmpty())
         QDir().mkpath(targetFolder);
-    if (!QFileInfo(source).isFile() || !QFile::copy(source, target))
+    if (source.isEmpty() || !QFile::copy(source, target))
         return false;
     // The copy is the operator's own file from now on, even when the delivered
     // one is read-only.

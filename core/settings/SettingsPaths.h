@@ -12,9 +12,17 @@ QString SetupIni();       // <AppData>/Korvu/MavrelTools/Setup.ini (joystick set
 QString FilterColorTxt(); // <AppData>/Korvu/MavrelTools/FilterColor.txt
 QString DebugTrace();     // <AppData>/Korvu/Shared/Data/debugZentor.txt
 
-// First run: when the camera INI does not exist yet, copies the Camera.ini that
-// is delivered beside the program (in programFolder; the executable's folder
-// when empty) to CameraIni(), making the folders first when the target folder
+// The folder of the delivered files (Camera.ini) for a program in
+// programFolder (the executable's folder when empty): the program's own folder
+// in the build tree, where the build copies them, or the installation's data
+// folder found relative to the program (<prefix>/bin -> <prefix>/share/zentor),
+// so an installation works wherever its prefix lies. Empty when neither holds
+// a Camera.ini.
+QString DeliveredFolder(const QString& programFolder = QString());
+
+// First run: when the camera INI does not exist yet, copies the delivered
+// Camera.ini (from DeliveredFolder(programFolder)) to CameraIni(), making the
+// folders first when the target folder
 // holds no file. A copy that fails is ignored: the panel then runs without
 // camera names and every camera look-up gives its default. Answers whether the
 // camera INI exists afterwards.

@@ -67,6 +67,7 @@ frmMain::frmMain(const QStringList& args, QWidget* parent) : QWidget(parent), m_
     connect(ui->btnOpen, &usrButton::Released, this, [this] { btnOpen_Click(); });
     connect(ui->btnClose, &usrButton::Released, this, [this] { btnClose_Click(); });
     connect(ui->btnStatusRead, &usrButton::Released, this, [this] { btnStatus_Read(); });
+    attachDevicePanels();
 
     Form_Initialize();
     Form_Load();

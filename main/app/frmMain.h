@@ -45,6 +45,8 @@ public:
     // custom values, stored stage offsets, and the present device values.
     void ObservationStartup();
     void micEvent_OnPropertyChanged(const QString& bstrMessage);
+    // Ties every device's twin buttons to its panel (frmMainPanels.cpp).
+    void attachDevicePanels();
 
     // ---- state of the window ---------------------------------------------------
     bool FirstActivate = true;

@@ -14,7 +14,7 @@
 // marking of the active observation. Start-up, Init, the property dispatch
 // and the status read belong to frmMain, which reaches the controls through
 // these public members.
-#include "main/panel/PanelControls.h"
+#include "main/widgets/PanelControls.h"
 
 #include <QListWidget>
 #include <QScrollBar>

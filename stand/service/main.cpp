@@ -136,6 +136,7 @@ int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("zentor-service"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ZENTOR_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
@@ -148,6 +149,7 @@ int main(int argc, char* argv[])
         "\"speedFactor\": 1.0, \"fiber\": true, \"fiberWheelModel\": 0}; options given\n"
         "on the command line add to it (stands) or override it."));
     parser.addHelpOption();
+    parser.addVersionOption();
     const QCommandLineOption configOpt(QStringLiteral("config"), QStringLiteral("Read the configuration from <file>."),
                                        QStringLiteral("file"));
     const QCommandLineOption standOpt(QStringLiteral("stand"),

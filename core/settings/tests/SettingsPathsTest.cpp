@@ -82,6 +82,27 @@ TEST_F(FirstRun, CameraIniIsCopiedFromTheProgramFolder) {
     EXPECT_EQ(unitName(cam, 3), QStringLiteral("CU-X"));
 }
 
+TEST_F(FirstRun, AnInstalledProgramFindsCameraIniInItsPrefixDataFolder) {
+    // <prefix>/bin/zentor reads <prefix>/share/zentor/Camera.ini; a prefix
+    // with spaces in its path works as well.
+    const QString prefix = program + QStringLiteral("/my prefix");
+    QDir().mkpath(prefix + QStringLiteral("/bin"));
+    writeBytes(prefix + QStringLiteral("/share/zentor/Camera.ini"), "[CameraUnit]\r\n3=INSTALLED\r\n");
+    EXPECT_EQ(SettingsPaths::DeliveredFolder(prefix + QStringLiteral("/bin")), prefix + QStringLiteral("/share/zentor"));
+    EXPECT_TRUE(SettingsPaths::CameraIni_Prepare(prefix + QStringLiteral("/bin")));
+    EXPECT_EQ(readBytes(SettingsPaths::CameraIni()), QByteArray("[CameraUnit]\r\n3=INSTALLED\r\n"));
+}
+
+TEST_F(FirstRun, AnUnreadableDeliveredFileLeavesTheCameraIniAbsent) {
+    const QString src = program + QStringLiteral("/Camera.ini");
+    writeBytes(src, "[CameraUnit]\r\n3=CU-X\r\n");
+    QFile::setPermissions(src, QFileDevice::Permissions());
+    if (QFile(src).open(QIODevice::ReadOnly))
+        GTEST_SKIP() << "running as a user who reads every file";
+    EXPECT_FALSE(SettingsPaths::CameraIni_Prepare(program));
+    EXPECT_FALSE(QFile::exists(SettingsPaths::CameraIni()));
+}
+
 TEST_F(FirstRun, AnExistingCameraIniIsNeverOverwritten) {
     writeBytes(SettingsPaths::CameraIni(), "[CameraUnit]\r\n3=MINE\r\n");
     writeBytes(program + QStringLiteral("/Camera.ini"), "[CameraUnit]\r\n3=DELIVERED\r\n");

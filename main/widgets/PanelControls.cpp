@@ -1,4 +1,4 @@
-#include "main/panel/PanelControls.h"
+#include "main/widgets/PanelControls.h"
 
 #include "main/widgets/Units.h"
 #include "main/widgets/WidgetLook.h"

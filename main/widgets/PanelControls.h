@@ -1,9 +1,9 @@
 #pragma once
-// The plain controls the main panel is built of, besides the widget family:
-// a label, a frame and a check box that keep their geometry in twips and their
-// colours as 0x00BBGGRR words, as the panel's layout numbers and the dispatch
-// give them. Setting a property from code never raises an event; only the
-// operator's gestures do.
+// The plain controls the main panel and the device panels are built of,
+// besides the widget family: a label, a frame and a check box that keep their
+// geometry in twips and their colours as 0x00BBGGRR words, as the layout
+// numbers and the dispatch give them. Setting a property from code never raises
+// an event; only the operator's gestures do.
 #include <QCheckBox>
 #include <QFrame>
 #include <QLabel>

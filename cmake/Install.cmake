@@ -1,0 +1,27 @@
+# Where an installation puts Zentor's files (the GNU install directories), and
+# zentor_install_configured() for files that must name the prefix installed to.
+include(GNUInstallDirs)
+
+# The delivered files (Camera.ini, stand descriptions): <prefix>/share/zentor.
+set(ZENTOR_INSTALL_DATA ${CMAKE_INSTALL_DATADIR}/zentor)
+# The same folder as the installed program sees it from its own folder, so an
+# installation works wherever its prefix lies (core/settings uses it).
+file(RELATIVE_PATH ZENTOR_DATA_FROM_BIN /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${ZENTOR_INSTALL_DATA})
+
+# zentor_install_configured(template destination): installs `template` (its
+# name without .in) into <prefix>/destination, filled at install time with the
+# prefix actually installed to, so `cmake --install --prefix` and CPack both
+# get paths that are right. The template may use @ZENTOR_SERVICE_EXEC@,
+# @ZENTOR_PANEL_EXEC@, @ZENTOR_DESCRIPTIONS_DIR@ and @ZENTOR_VERSION@.
+function(zentor_install_configured template destination)
+  get_filename_component(name ${template} NAME)
+  string(REGEX REPLACE "\\.in$" "" name "${name}")
+  install(CODE "
+    set(ZENTOR_TEMPLATE \"${template}\")
+    set(ZENTOR_OUTPUT \"${CMAKE_CURRENT_BINARY_DIR}/install-configured/${name}\")
+    set(ZENTOR_DESTINATION \"${destination}\")
+    set(ZENTOR_BINDIR \"${CMAKE_INSTALL_BINDIR}\")
+    set(ZENTOR_INSTALL_DATA \"${ZENTOR_INSTALL_DATA}\")
+    set(ZENTOR_VERSION \"${PROJECT_VERSION}\")
+    include(\"${PROJECT_SOURCE_DIR}/cmake/InstallConfigured.cmake\")")
+endfunction()

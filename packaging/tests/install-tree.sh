@@ -1,0 +1,16 @@
+#!/bin/sh
+# install-tree.sh BUILD VERSION
+# cmake --install into a prefix whose path has spaces, as a user installs into
+# the home folder: every file where the desktop and the bus look for it, the
+# activation files and the menu entry naming that prefix, the desktop entry and
+# the AppStream file valid, --help and --version answered without a display.
+. "$(dirname "$0")/lib.sh"
+build=$1 version=$2
+prefix="$scratch/home/my apps/.local"
+install_into "$build" "$prefix"
+check_tree "" "$prefix" "$version"
+
+# The installed program finds its delivered Camera.ini beside its prefix,
+# never in the build tree: the build-tree copy is out of its reach here.
+[ ! -e "$prefix/bin/Camera.ini" ] || fail "Camera.ini was installed beside the program"
+echo "PASS"

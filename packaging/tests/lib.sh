@@ -1,0 +1,62 @@
+# Shared by the packaging tests (sourced): failing, installing into a prefix,
+# and checking an installed tree.
+fail() { echo "FAIL: $*" >&2; exit 1; }
+here=$(cd "$(dirname "$0")" && pwd)
+
+# scratch: a folder outside the source and build trees, removed at exit, so
+# that no path of an installation can point back into them by accident.
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/zentor-packaging.XXXXXX") || fail "no temporary folder"
+trap 'rm -rf "$scratch"' EXIT
+
+# install_into BUILD PREFIX: cmake --install of the whole build into PREFIX.
+install_into() {
+  rm -rf "$2"
+  cmake --install "$1" --prefix "$2" >"$ZENTOR_TEST_HOME/install.log" 2>&1 \
+    || fail "cmake --install into '$2' failed: $(tail -n 5 "$ZENTOR_TEST_HOME/install.log")"
+}
+
+# check_tree ROOT PREFIX VERSION: the files an installation must hold under
+# ROOT (a DESTDIR-like root, or empty) whose paths name PREFIX.
+check_tree() {
+  root=$1 prefix=$2 version=$3
+  while read -r f; do
+    [ -s "$root$prefix/$f" ] || fail "installed tree lacks $prefix/$f"
+  done <"$here/installed-files.txt"
+  [ -x "$root$prefix/bin/zentor" ] || fail "zentor is not executable"
+  [ -x "$root$prefix/bin/zentor-service" ] || fail "zentor-service is not executable"
+
+  # The bus and the menu start what was installed, under the prefix's path.
+  grep -qxF "Exec=\"$prefix/bin/zentor-service\" --descriptions-dir \"$prefix/share/zentor/descriptions\"" \
+    "$root$prefix/share/dbus-1/services/org.zentor.Microscope.service" \
+    || fail "the microscope activation file does not name the installed service: $(grep Exec "$root$prefix/share/dbus-1/services/org.zentor.Microscope.service")"
+  grep -qxF "Exec=\"$prefix/bin/zentor-service\" --fiber-only" \
+    "$root$prefix/share/dbus-1/services/org.zentor.Fiber.service" || fail "the fiber activation file does not name the installed service"
+  grep -qxF "Exec=\"$prefix/bin/zentor\"" "$root$prefix/share/applications/org.zentor.Zentor.desktop" \
+    || fail "the desktop entry does not start the installed panel"
+
+  # Nothing points back into the source or the build tree.
+  if grep -rlF "$ZENTOR_SOURCE_DIR" "$root$prefix/share" >/dev/null 2>&1; then
+    fail "installed files name the source tree: $(grep -rlF "$ZENTOR_SOURCE_DIR" "$root$prefix/share")"
+  fi
+
+  desktop-file-validate "$root$prefix/share/applications/org.zentor.Zentor.desktop" \
+    || fail "desktop-file-validate rejects the desktop entry"
+  appstreamcli validate --no-net --explain "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" \
+    || fail "appstreamcli rejects the metainfo"
+  grep -qF "<release version=\"$version\"" "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" \
+    || fail "the metainfo's release is not $version"
+  for page in zentor zentor-service; do
+    grep -qF "\"Zentor $version\"" "$root$prefix/share/man/man1/$page.1" || fail "man page $page.1 does not carry $version"
+    MANWIDTH=80 man -l "$root$prefix/share/man/man1/$page.1" >/dev/null 2>&1 || fail "man cannot format $page.1"
+  done
+
+  # --help and --version answer without a display.
+  out=$(env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM= "$root$prefix/bin/zentor" --version 2>&1) \
+    || fail "zentor --version failed: $out"
+  [ "$out" = "zentor $version" ] || fail "zentor --version says '$out', not 'zentor $version'"
+  out=$(env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM= "$root$prefix/bin/zentor" --help 2>&1) \
+    || fail "zentor --help failed: $out"
+  echo "$out" | grep -q '^Usage: zentor ' || fail "zentor --help prints no usage: $out"
+  out=$("$root$prefix/bin/zentor-service" --version 2>&1) || fail "zentor-service --version failed: $out"
+  [ "$out" = "zentor-service $version" ] || fail "zentor-service --version says '$out'"
+}

@@ -1,0 +1,25 @@
+#!/bin/bash
+# run-window.sh ZENTOR: on the bus and display given, runs ZENTOR /SIM, waits
+# for its connected caption, keeps a screenshot, closes it with SIGTERM.
+. "$(dirname "$0")/lib.sh"
+exe=$1
+bus() { dbus-send --session --print-reply=literal --dest=org.freedesktop.DBus /org/freedesktop/DBus "org.freedesktop.DBus.$1" "${@:2}"; }
+bus ListActivatableNames | grep -qw org.zentor.Microscope || fail "the bus cannot start the installed service"
+bus NameHasOwner string:org.zentor.Microscope | grep -q true && fail "the service runs before anyone asked for it"
+ZENTOR_PRINT_CAPTION=1 "$exe" /SIM 2>"$ZENTOR_TEST_HOME/zentor.stderr" &
+pid=$!
+i=0
+while [ $i -lt 300 ]; do
+  grep -q 'caption: Zentor  \[ ' "$ZENTOR_TEST_HOME/zentor.stderr" && break
+  kill -0 "$pid" 2>/dev/null || fail "zentor ended before it was connected: $(cat "$ZENTOR_TEST_HOME/zentor.stderr")"
+  sleep 0.1
+  i=$((i + 1))
+done
+grep -q 'caption: Zentor  \[ ' "$ZENTOR_TEST_HOME/zentor.stderr" || { kill -9 "$pid"; fail "no connected caption within 30 s"; }
+grep 'caption:' "$ZENTOR_TEST_HOME/zentor.stderr" | tail -n 1
+sleep 1
+import -window root "$ZENTOR_TEST_HOME/installed-window.png" 2>/dev/null || echo "no screenshot" >&2
+kill -TERM "$pid"
+wait "$pid"
+rc=$?
+[ $rc -eq 0 ] || fail "zentor exit code $rc after SIGTERM"

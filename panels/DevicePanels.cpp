@@ -1,0 +1,21 @@
+#include "panels/DevicePanels.h"
+
+#include "panels/StopPanel.h"
+#include "state/FormRegistry.h"
+
+#include <QPointer>
+
+namespace {
+template <typename Panel>
+void creator(const char* name, QWidget* owner)
+{
+    QPointer<QWidget> guard(owner);
+    FormRegistry::setCreator(QLatin1String(name), [guard]() -> QWidget* { return new Panel(guard.data()); });
+}
+} // namespace
+
+void registerDevicePanels(QWidget* owner)
+{
+    creator<frmSubAp>("frmSubAp", owner);
+    creator<frmSubFS>("frmSubFS", owner);
+}
