@@ -1,7 +1,7 @@
 # zentor_add_test(NAME name SOURCES ... LIBS ... [GUI])
 # A GoogleTest executable registered with CTest. Each test runs in a fresh home
-# of its own (XDG_DATA_HOME, XDG_CONFIG_HOME, XDG_RUNTIME_DIR, HOME below the
-# build tree) so that no test touches the operator's files or another test's.
+# of its own (XDG_DATA_HOME, XDG_CONFIG_HOME, XDG_STATE_HOME, XDG_RUNTIME_DIR, HOME
+# below the build tree) so that no test touches the operator's files or another test's.
 # GUI tests run on the offscreen platform.
 function(zentor_add_test)
   cmake_parse_arguments(T "GUI" "NAME" "SOURCES;LIBS" ${ARGN})

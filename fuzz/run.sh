@@ -50,6 +50,11 @@ for t in $built; do
       while [ $i -le 249 ]; do
         printf '%d,16777215,16777215,0,0\r\n' $i >>"$corpus/seed-filter-color.txt"; i=$((i + 1))
       done ;;
+    fuzz_profile_file)
+      seed="$corpus/seed-profile.txt"; : >"$seed"
+      for n in 1 2 3 4 5 6; do printf '%d,User%d,%d,1,1,1,0,0,0,0,0,0,0,0,1,1,1,0,0,0\r\n' $n $n $((n + 6)) >>"$seed"; done
+      printf 'Custom Value\r\n' >>"$seed"
+      for k in AS FS ND; do for n in 1 2 3 4 5 6; do printf '%s %d,0,2.5,0,0,0,0,0\r\n' $k $n >>"$seed"; done; done ;;
   esac
   bin=$(find "$build" -type f -name "$t" -perm -u+x | head -n 1)
   echo "fuzz: $t for $seconds s"

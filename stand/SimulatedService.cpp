@@ -26,6 +26,19 @@ int16_t SimulatedService::cameraPresent(int index) const {
 
 SimulatedStand* SimulatedService::stand(int index) {
     if (index < 0 || index >= m_descriptions.size()) return nullptr;
-    if (!m_stands[index]) m_stands[index] = new SimulatedStand(m_descriptions[index], m_clock, this);
+    if (!m_stands[index]) {
+        SimulatedStand* stand = new SimulatedStand(m_descriptions[index], m_clock, this);
+        m_stands[index] = stand;
+        if (m_memory) {
+            const QString key = StandMemory::keyOf(index, m_descriptions[index].name);
+            StandUserMethods kept;
+            if (m_memory->recall(key, kept)) {
+                const QString refused = stand->restoreUserMethods(kept);
+                if (!refused.isEmpty()) m_memory->reject(key, refused);
+            }
+            connect(stand, &SimulatedStand::userMethodsChanged, this,
+                    [this, stand, key] { m_memory->keep(key, stand->userMethods()); });
+        }
+    }
     return m_stands[index];
 }

@@ -28,9 +28,14 @@ public:
     // nullptr for an index outside the list.
     SimulatedStand* stand(int index);
     const StandClock& clock() const { return m_clock; }
+    // Keeps the stands' user observation methods in `memory` (not owned):
+    // each stand takes what is kept for it when it is created, and every
+    // change is written back. Without it they live for the run only.
+    void keepUserMethodsIn(StandMemory* memory) { m_memory = memory; }
 
 private:
     StandClock m_clock;
     QVector<StandDescription> m_descriptions;
     QVector<SimulatedStand*> m_stands;
+    StandMemory* m_memory = nullptr;
 };

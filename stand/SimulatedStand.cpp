@@ -3,7 +3,9 @@
 #include "stand/StandEngine.h"
 
 SimulatedStand::SimulatedStand(const StandDescription& description, const StandClock& clock, QObject* parent)
-    : QObject(parent), m_engine(std::make_unique<StandEngine>(this, description, clock)) {}
+    : QObject(parent), m_engine(std::make_unique<StandEngine>(this, description, clock)) {
+    m_engine->onUserMethodsChanged = [this] { emit userMethodsChanged(); };
+}
 
 SimulatedStand::~SimulatedStand() = default;
 
@@ -16,3 +18,9 @@ QStringList SimulatedStand::members() { return StandEngine::members(); }
 const StandDescription& SimulatedStand::description() const { return m_engine->description(); }
 
 StandControl& SimulatedStand::control() { return *m_engine; }
+
+StandUserMethods SimulatedStand::userMethods() const { return m_engine->userMethods(); }
+
+QString SimulatedStand::restoreUserMethods(const StandUserMethods& methods) {
+    return m_engine->restoreUserMethods(methods);
+}

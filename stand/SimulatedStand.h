@@ -16,6 +16,7 @@
 #include "stand/StandClock.h"
 #include "core/service/StandControl.h"
 #include "stand/StandDescription.h"
+#include "stand/StandMemory.h"
 
 #include <QObject>
 #include <QString>
@@ -50,8 +51,15 @@ public:
     const StandDescription& description() const;
     StandControl& control();
 
+    // The six user observation methods as the stand keeps them, and putting
+    // kept ones back (answers why they were refused, or nothing).
+    StandUserMethods userMethods() const;
+    QString restoreUserMethods(const StandUserMethods& methods);
+
 signals:
     void propertyChanged(const QString& message);
+    // A user method's name, codes or custom values changed.
+    void userMethodsChanged();
 
 private:
     std::unique_ptr<StandEngine> m_engine;

@@ -10,6 +10,7 @@
 #include "stand/SimulatedStand.h"
 #include "core/service/StandControl.h"
 #include "stand/StandDescription.h"
+#include "stand/StandMemory.h"
 #include "stand/devices/MotorAxis.h"
 
 #include <QHash>
@@ -36,6 +37,14 @@ public:
     void clearFaults() override;
     void setSpeedFactor(double factor) override;
 
+    // The six user methods as the stand keeps them over a power cut.
+    StandUserMethods userMethods() const;
+    // Puts back kept methods; answers why they were refused (a code or value
+    // out of this stand's ranges), leaving everything as it was, or nothing.
+    QString restoreUserMethods(const StandUserMethods& methods);
+    // Called after every change of a user method's name, codes or custom values.
+    std::function<void()> onUserMethodsChanged;
+
     // A member: reads answer with their value; moves take `done` and answer later.
     using Handler = QVariant (StandEngine::*)(const StandArgs&, StandReply&);
     struct Member { int argc; Handler handler; };
@@ -60,6 +69,10 @@ private:
     int16_t nosepieceAddress() const;
     void setLampOn(int16_t on);
     void setPreset(int16_t preset);
+    // Why the eleven codes of a method do not fit this stand; empty when they do.
+    QString positionsProblem(const ObservationPositions& p) const;
+    QString customProblem(int16_t device, double value) const;
+    void userMethodsChanged();
 
     // --- members (one per service operation) ---
     QVariant deviceStatus(const StandArgs&, StandReply&);

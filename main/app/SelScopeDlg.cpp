@@ -1,6 +1,7 @@
 #include "main/app/SelScopeDlg.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
@@ -11,9 +12,14 @@ SelScopeDlg::SelScopeDlg(QWidget* parent) : QDialog(parent) {
     setWindowTitle(QStringLiteral("Select Microscope"));
     setModal(true);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(new QLabel(QStringLiteral("Select the microscope to connect to:"), this));
+    // Answered without a mouse: the list has the focus, arrows choose, Enter
+    // is OK, Escape is Cancel, Alt+S comes back to the list.
+    auto* prompt = new QLabel(QStringLiteral("&Select the microscope to connect to:"), this);
+    layout->addWidget(prompt);
     List1 = new QListWidget(this);
     List1->setObjectName(QStringLiteral("List1"));
+    List1->setAccessibleName(QStringLiteral("Microscopes"));
+    prompt->setBuddy(List1);
     layout->addWidget(List1);
     auto* buttons = new QHBoxLayout;
     btnOK = new QPushButton(QStringLiteral("OK"), this);
@@ -47,4 +53,14 @@ void SelScopeDlg::showEvent(QShowEvent* e) {
     QDialog::showEvent(e);
     if (List1->count() > 0)
         List1->setCurrentRow(0);
+    List1->setFocus(Qt::OtherFocusReason);
+}
+
+void SelScopeDlg::keyPressEvent(QKeyEvent* e) {
+    // Escape is the keyboard's Cancel; only the window frame leaves -1.
+    if (e->key() == Qt::Key_Escape && e->modifiers() == Qt::NoModifier) {
+        btnCancel->click();
+        return;
+    }
+    QDialog::keyPressEvent(e);
 }

@@ -11,6 +11,7 @@
 #include "main/widgets/usrPath_M.h"
 #include "model/FilterColorFile.h"
 #include "model/WaveColor.h"
+#include "profiles/panels/ColourPicks.h"
 
 namespace {
 
@@ -297,25 +298,8 @@ void frmMain::ExColor_Set() { cubeColour_Set(true); }
 void frmMain::BaColor_Set() { cubeColour_Set(false); }
 
 void frmMain::cubeColour_Set(bool excitation) {
-    MainState& s = mainState();
-    const clsDefFillterCasette& r = item(s.mFilterData, s.mFilter.Address());
-    const WaveReading reading =
-        excitation ? Wave_Read(r.Reiki(), r.EXName()) : Wave_Read(r.Kyusyu(), r.BAName());
-    if (reading.kind == WaveReading::Catalogue && reading.hasStrip)
-        Strip_Set(reading.left, reading.right, excitation ? ExLeftColor : BaLeftColor,
-                  excitation ? ExRightColor : BaRightColor);
-    int16_t chosen = 0;
-    int32_t colour = 0;
-    if (reading.kind == WaveReading::Catalogue || reading.kind == WaveReading::UserDefined) {
-        const clsDefFillterCasette& c = FilterColor_Item(s.mFColor, r.Number());
-        chosen = excitation ? c.E_SET() : c.B_SET();
-        colour = excitation ? c.ExColor() : c.BaColor();
-    }
-    const PartColour part = Part_Color(reading, chosen, colour);
-    if (part.action == PartColour::Clear)
-        excitation ? ui->usrMainPath->ClearExColor() : ui->usrMainPath->ClearBaColor();
-    else if (part.action == PartColour::Show)
-        excitation ? ui->usrMainPath->setExColor(part.colour) : ui->usrMainPath->setBaColor(part.colour);
+    ColourPicks::Color_Set(mainState(), ui->usrMainPath, excitation ? ColourPicks::Excitation : ColourPicks::Barrier,
+                           excitation ? ExLeftColor : BaLeftColor, excitation ? ExRightColor : BaRightColor);
 }
 
 // Marks the active observation where the system's hardware offers it; any

@@ -118,6 +118,7 @@ MainPanel::MainPanel(QWidget* parent) : QWidget(parent)
     ZoomClickDefault = imgClick->Left();
 
     wire();
+    setUpKeyboardAndNames();
     captureColumns();
     // Labels the dispatch leaves empty where the drawing already tells the
     // state: a dim hint says it in words (the analyzer of the large panel,
@@ -784,6 +785,11 @@ void MainPanel::wire()
     connect(txtAdd, &usrAddress::AddressPicked, this,
             [this](int16_t a) { txtAdd_AddressPicked(a); });
     connect(usrMainPath, &usrPath_M::LostSelection, this, [this] { usrMainPath_LostSelection(); });
+    connect(usrMainPath, &usrPath_M::ColorPicked, this,
+            [this](int16_t f, int16_t b) { usrMainPath_ColorPicked(f, b); });
+    connect(btnProfile, &usrButton::Released, this, [this] { btnProfile_Click(); });
+    connect(btnEX, &usrButton::Released, this, [this] { usrMainPath_ColorPicked(1, 1); });
+    connect(btnBa, &usrButton::Released, this, [this] { usrMainPath_ColorPicked(2, 1); });
 
     connect(btnGUIClose, &usrButton::Released, this, [this] { btnGUIClose_Released(); });
     connect(btnGUIOpen, &usrButton::Released, this, [this] { btnGUIOpen_Released(); });
@@ -1152,6 +1158,16 @@ void MainPanel::txtAdd_AddressPicked(int16_t Address)
 {
     MainState& st = mainState();
     BusyWindow busy(window(), false);
+    // The keyboard stays in the selector while txtAdd waits for the move, so
+    // that it goes back to the arrow that opened it when the selector closes.
+    const bool keyboardHere = txtAdd->hasFocus();
+    if (keyboardHere)
+        picSelect->setFocus(Qt::OtherFocusReason);
+    auto enableAgain = [&] {
+        txtAdd->setEnabled(true);
+        if (keyboardHere && !picSelect->isHidden())
+            txtAdd->setFocus(Qt::OtherFocusReason);
+    };
     txtAdd->setEnabled(false);
     try {
         if (st.MicConnected && st.micService) {
@@ -1163,15 +1179,15 @@ void MainPanel::txtAdd_AddressPicked(int16_t Address)
             }
         }
         CloseSelectors();
-        txtAdd->setEnabled(true);
+        enableAgain();
         flushPendingInput();
     } catch (const RunTimeError& e) {
         busy.end();
-        txtAdd->setEnabled(true);
+        enableAgain();
         MsgBox::show(failureText(QStringLiteral("Position_Change"), e));
     } catch (const std::exception&) {
         busy.end();
-        txtAdd->setEnabled(true);
+        enableAgain();
         MsgBox::show(QStringLiteral("Position_Change Error"));
     }
 }

@@ -243,6 +243,11 @@ public:
 
     void labObserve_Click(int16_t Index);
     void labObserveU_Click(int16_t Index);
+    // Opens the profile editor (MainPanelProfiles.cpp).
+    void btnProfile_Click();
+    // A filter's colour area on the drawing, or its EX / BA button: left
+    // opens the colour picker, right goes back to the wavelength's colour.
+    void usrMainPath_ColorPicked(int16_t Filter, int16_t Button);
     void btnObserve_MouseMove(int16_t Index);
     void labObserveU_MouseMove(int16_t Index);
     void frmObserve_MouseMove(float X);
@@ -295,6 +300,9 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // Tab order, menu letters, focus of the selector, accessible names
+    // (PanelAccess.cpp).
+    void setUpKeyboardAndNames();
     void buildMenu();
     void buildLargePanel();
     void buildCompactPanel();

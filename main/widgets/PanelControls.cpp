@@ -1,8 +1,10 @@
 #include "main/widgets/PanelControls.h"
 
 #include "main/widgets/Units.h"
+#include "main/widgets/WidgetAccessibility.h"
 #include "main/widgets/WidgetLook.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -37,6 +39,7 @@ QPointF toTwips(const QPointF& p)
 
 PanelLabel::PanelLabel(const QString& caption, QWidget* parent) : QLabel(caption, parent)
 {
+    zentor::accessibility::install();
     setMouseTracking(true);
     applyColours();
 }
@@ -107,9 +110,31 @@ bool PanelLabel::CaptionFits() const
     return fm.horizontalAdvance(shown) <= room && fm.height() <= contentsRect().height();
 }
 
+void PanelLabel::setActivatable(bool activatable)
+{
+    m_activatable = activatable;
+    setFocusPolicy(activatable ? Qt::StrongFocus : Qt::NoFocus);
+}
+
+void PanelLabel::keyPressEvent(QKeyEvent* e)
+{
+    const int k = e->key();
+    if (m_activatable && (k == Qt::Key_Space || k == Qt::Key_Return || k == Qt::Key_Enter) && !e->isAutoRepeat()) {
+        e->accept();
+        if (isEnabled())
+            emit Click();
+        return;
+    }
+    QLabel::keyPressEvent(e);
+}
+
 void PanelLabel::paintEvent(QPaintEvent* e)
 {
     QLabel::paintEvent(e);
+    if (m_activatable && hasFocus()) {
+        QPainter p(this);
+        zentor::look::drawFocus(p, QRectF(rect()));
+    }
     const QString hint = HintShown();
     m_hintPainted = hint;
     if (hint.isEmpty())

@@ -65,6 +65,16 @@ public:
     // Whether the caption (or the hint shown) is drawn whole in the label.
     bool CaptionFits() const;
 
+    // A label the operator presses (menu and observation entries): it takes
+    // the focus by Tab, Space and Enter raise Click as a click does, and
+    // assistive technology sees a button.
+    bool Activatable() const { return m_activatable; }
+    void setActivatable(bool activatable);
+    // Said before the text to assistive technology, so that a reading names
+    // its device: "Objective" and "2: PLN 10X" give "Objective 2: PLN 10X".
+    QString AccessiblePrefix() const { return m_accessiblePrefix; }
+    void setAccessiblePrefix(const QString& prefix) { m_accessiblePrefix = prefix; }
+
 signals:
     void Click();
     // Pointer position in twips inside the label.
@@ -74,6 +84,7 @@ protected:
     void mousePressEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
     void changeEvent(QEvent* e) override;
     void paintEvent(QPaintEvent* e) override;
 
@@ -81,6 +92,8 @@ private:
     void applyColours();
     std::function<QString()> m_hint;
     QString m_hintPainted;
+    bool m_activatable = false;
+    QString m_accessiblePrefix;
     int32_t m_back = 0x5C342C;
     int32_t m_fore = 0xFFD0C0;
     bool m_transparent = true;

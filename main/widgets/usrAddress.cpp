@@ -1,3 +1,4 @@
+#include "main/widgets/WidgetAccessibility.h"
 #include "main/widgets/usrAddress.h"
 
 #include "main/widgets/Units.h"
@@ -18,6 +19,7 @@ constexpr int kMaxRowH = 30;
 
 usrAddress::usrAddress(QWidget* parent) : QWidget(parent)
 {
+    zentor::accessibility::install();
     look::applyTo(this);
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);

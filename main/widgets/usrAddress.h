@@ -75,6 +75,7 @@ protected:
     void leaveEvent(QEvent* e) override;
 
 private:
+    friend class usrAddressItemAccessible;  // an item pressed by assistive technology picks
     void setCaption(int n, const QString& t);
     bool live() const { return isEnabled() && m_mode == 1; }
     int rowHeight() const;

@@ -1,3 +1,4 @@
+#include "main/widgets/WidgetAccessibility.h"
 #include "main/widgets/usrButton.h"
 
 #include "main/widgets/Units.h"
@@ -12,6 +13,7 @@ using namespace zentor;
 
 usrButton::usrButton(QWidget* parent) : QWidget(parent)
 {
+    zentor::accessibility::install();
     look::applyTo(this);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover, true);

@@ -215,6 +215,35 @@ int16_t usrPath_M::outletAt(const QPointF& widgetPos) const
     return 0;
 }
 
+// The excitation filter beside the cube and the barrier filter above it,
+// with a margin so that a small drawing is still easy to hit.
+QRectF usrPath_M::colorAreaDesignRect(int16_t filter) const
+{
+    if (filter == 1)
+        return QRectF(138, 85, 7, 14).adjusted(-5, -4, 5, 4);
+    return QRectF(kAxis - 9, 72, 18, 5).adjusted(-4, -4, 4, 4);
+}
+
+bool usrPath_M::HasColorArea(int16_t filter) const
+{
+    return (filter == 1 || filter == 2) && effectiveType() != 0;
+}
+
+QRect usrPath_M::colorAreaRect(int16_t filter) const
+{
+    if (!HasColorArea(filter))
+        return QRect();
+    return toWidget().mapRect(colorAreaDesignRect(filter)).toAlignedRect();
+}
+
+int16_t usrPath_M::colorAreaAt(const QPointF& widgetPos) const
+{
+    for (int16_t i = 1; i <= 2; ++i)
+        if (HasColorArea(i) && colorAreaRect(i).contains(widgetPos.toPoint()))
+            return i;
+    return 0;
+}
+
 void usrPath_M::mousePressEvent(QMouseEvent* e)
 {
     e->accept();
@@ -222,6 +251,8 @@ void usrPath_M::mousePressEvent(QMouseEvent* e)
     if (!isEnabled())
         return;
     m_pressedOutlet = e->button() == Qt::LeftButton ? outletAt(e->position()) : 0;
+    m_pressedArea = m_pressedOutlet ? 0 : colorAreaAt(e->position());
+    m_pressedButton = e->button();
     update();
     emit LostSelection();
 }
@@ -229,10 +260,14 @@ void usrPath_M::mousePressEvent(QMouseEvent* e)
 void usrPath_M::mouseReleaseEvent(QMouseEvent* e)
 {
     const int16_t pressed = m_pressedOutlet;
+    const int16_t area = m_pressedArea;
     m_pressedOutlet = 0;
+    m_pressedArea = 0;
     update();
     if (pressed && isEnabled() && e->button() == Qt::LeftButton && outletAt(e->position()) == pressed)
         emit PathPicked(pressed);
+    if (area && isEnabled() && e->button() == m_pressedButton && colorAreaAt(e->position()) == area)
+        emit ColorPicked(area, mouseButtonCode(e->button()));
 }
 
 void usrPath_M::keyPressEvent(QKeyEvent* e)

@@ -70,6 +70,11 @@ public:
     // The caption drawn on an outlet ("BINO", "FRONT", "REAR"), and whether
     // it is drawn whole inside its box.
     static QString OutletCaption(int16_t index);
+
+    // The filters whose colour the operator may pick: 1 the excitation filter,
+    // 2 the barrier filter. Drawn only with an epi illuminator.
+    bool HasColorArea(int16_t filter) const;
+    QRect colorAreaRect(int16_t filter) const;
     bool OutletCaptionFits(int16_t index) const;
 
     QSize sizeHint() const override { return QSize(300, 232); }
@@ -84,6 +89,9 @@ signals:
     void FunctionKey(int16_t KeyCode, int16_t Shift);
     // The operator pressed on the diagram.
     void LostSelection();
+    // The operator clicked a filter's colour area (1 excitation, 2 barrier)
+    // with a button (1 left, 2 right).
+    void ColorPicked(int16_t Filter, int16_t Button);
 
 protected:
     void paintEvent(QPaintEvent*) override;
@@ -97,6 +105,8 @@ private:
     QRectF outletDesignRect(int16_t index) const;
     QFont outletFont(int16_t index) const;
     int16_t outletAt(const QPointF& widgetPos) const;
+    QRectF colorAreaDesignRect(int16_t filter) const;
+    int16_t colorAreaAt(const QPointF& widgetPos) const;
 
     int32_t m_scopeType = 0;
     int32_t m_pathState = 0;
@@ -110,4 +120,6 @@ private:
     bool m_hasEx = false;
     bool m_hasBa = false;
     int16_t m_pressedOutlet = 0;
+    int16_t m_pressedArea = 0;
+    Qt::MouseButton m_pressedButton = Qt::NoButton;
 };

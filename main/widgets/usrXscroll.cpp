@@ -1,3 +1,4 @@
+#include "main/widgets/WidgetAccessibility.h"
 #include "main/widgets/usrXscroll.h"
 
 #include "main/widgets/Units.h"
@@ -20,6 +21,7 @@ bool isFiniteValue(double v) { return std::isfinite(v); }
 
 usrSliderBase::usrSliderBase(QWidget* parent) : QWidget(parent)
 {
+    zentor::accessibility::install();
     look::applyTo(this);
     setFocusPolicy(Qt::StrongFocus);
 }
@@ -41,6 +43,7 @@ void usrSliderBase::setValue(double v)
     // Kept as given: the owner clamps where it needs to.
     m_value = v;
     update();
+    zentor::accessibility::valueChanged(this, v);
 }
 
 void usrSliderBase::setResolution(double step)

@@ -48,6 +48,7 @@ protected:
     void wheelEvent(QWheelEvent* e) override;
     void changeEvent(QEvent* e) override;
 
+    friend class usrSliderAccessible;  // a value set by assistive technology is a gesture
     virtual bool inert() const;
     void cancelGesture();
 

@@ -1,3 +1,4 @@
+#include "main/widgets/WidgetAccessibility.h"
 #include "main/widgets/usrYscroll.h"
 
 #include "main/widgets/WidgetLook.h"
@@ -20,6 +21,7 @@ constexpr double kGap = 8;
 
 usrYscroll::usrYscroll(QWidget* parent) : QWidget(parent)
 {
+    zentor::accessibility::install();
     look::applyTo(this);
     setFocusPolicy(Qt::StrongFocus);
 }
@@ -29,7 +31,12 @@ void usrYscroll::setLimitMin(double v) { m_limitMin = v; update(); }
 void usrYscroll::setLimitMax(double v) { m_limitMax = v; update(); }
 void usrYscroll::setScaleMin(double v) { m_scaleMin = v; update(); }
 void usrYscroll::setScaleMax(double v) { m_scaleMax = v; update(); }
-void usrYscroll::setPosition(double v) { m_position = v; update(); }
+void usrYscroll::setPosition(double v)
+{
+    m_position = v;
+    update();
+    zentor::accessibility::valueChanged(this, v);
+}
 
 void usrYscroll::setmode(int16_t mode)
 {

@@ -5,6 +5,7 @@
 #include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
+#include "stand/StandMemory.h"
 #include "stand/service/ServiceHost.h"
 
 #include <QCommandLineParser>
@@ -180,8 +181,13 @@ int main(int argc, char* argv[])
                                                      "stalling motors, event floods): for tests and benchmarks "
                                                      "only; without it the interface is not there.")
                                           .arg(ZentorBus::ControlInterface));
+    const QCommandLineOption stateOpt(QStringLiteral("state-file"),
+                                      QStringLiteral("Keep the stands' user observation methods (7 to 12) in <file>, "
+                                                     "so that they survive a restart (default %1).")
+                                          .arg(StandMemory::defaultPath()),
+                                      QStringLiteral("file"));
     parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt,
-                       faultOpt});
+                       stateOpt, faultOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -214,11 +220,16 @@ int main(int argc, char* argv[])
         config.fiber = true;
     }
 
+    // The stands' non-volatile memory; a damaged file is set aside and said.
+    StandMemory memory(parser.isSet(stateOpt) ? parser.value(stateOpt) : StandMemory::defaultPath(), say);
+    memory.load();
+
     const StandClock clock = config.speedFactor == 0 ? StandClock::instant() : StandClock::realTime(config.speedFactor);
     std::unique_ptr<SimulatedService> service;
     try {
         // Reads every description now, so that a bad file stops the start.
         service = std::make_unique<SimulatedService>(clock, config.microscopes ? config.stands : QStringList());
+        service->keepUserMethodsIn(&memory);
     } catch (const RunTimeError& e) {
         return fail(e.description());
     }

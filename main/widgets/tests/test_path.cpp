@@ -200,7 +200,7 @@ TEST_F(MainPath, EveryKeyDownIsReportedTheOwnerPicksTheFunctionKeys)
 TEST_F(MainPath, OperationsChangeTheDrawingAndRaiseNothing)
 {
     EventSpy spy(&m);
-    ASSERT_EQ(spy.kinds(), 4u);
+    ASSERT_EQ(spy.kinds(), 5u);   // PathPicked, ServiceKey, FunctionKey, LostSelection, ColorPicked
     m.ShowLampOn();
     EXPECT_NE(m.LampState(), 0);
     EXPECT_TRUE(m.DiaLit());
