@@ -1,5 +1,9 @@
 #include "panels/DevicePanels.h"
 
+#include "panels/CondenserPanel.h"
+#include "panels/FilterCubePanel.h"
+#include "panels/LightPathPanel.h"
+#include "panels/ObjectivePanel.h"
 #include "panels/StopPanel.h"
 #include "state/FormRegistry.h"
 
@@ -18,4 +22,8 @@ void registerDevicePanels(QWidget* owner)
 {
     creator<frmSubAp>("frmSubAp", owner);
     creator<frmSubFS>("frmSubFS", owner);
+    creator<frmSubObj>("frmSubObj", owner);
+    creator<frmSubFilter>("frmSubFilter", owner);
+    creator<frmSubCond>("frmSubCond", owner);
+    creator<frmSubPath>("frmSubPath", owner);
 }

@@ -47,6 +47,20 @@ public:
     void micEvent_OnPropertyChanged(const QString& bstrMessage);
     // Ties every device's twin buttons to its panel (frmMainPanels.cpp).
     void attachDevicePanels();
+    // The link boxes and the light path diagram (frmMainLinks.cpp).
+    void attachLinks();
+    void ObjLink_Click();
+    void PathLink_Click();
+    void usrMainPath_PathPicked(int16_t Index);
+    void usrMainPath_ServiceKey(int16_t KeyAscii);
+    void usrMainPath_FunctionKey(int16_t KeyCode, int16_t Shift);
+
+signals:
+    // Ctrl+G (key code 7) on the light path diagram: the operator asks for
+    // the command console.
+    void CommandConsoleRequested();
+
+public:
 
     // ---- state of the window ---------------------------------------------------
     bool FirstActivate = true;

@@ -27,4 +27,5 @@ void frmMain::attachDevicePanels() {
     };
     for (const Twin& t : twins)
         SubPanels::attach(QLatin1String(t.form), t.buttons[0], t.buttons[1], t.gesture);
+    attachLinks();
 }

@@ -3,7 +3,9 @@
 #include "main/widgets/Units.h"
 #include "main/widgets/WidgetLook.h"
 
+#include <QHelpEvent>
 #include <QKeyEvent>
+#include <QToolTip>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QFontMetricsF>
@@ -242,6 +244,33 @@ int16_t usrPath_M::colorAreaAt(const QPointF& widgetPos) const
         if (HasColorArea(i) && colorAreaRect(i).contains(widgetPos.toPoint()))
             return i;
     return 0;
+}
+
+QString usrPath_M::colorAreaTip(const QPoint& widgetPos) const
+{
+    switch (colorAreaAt(widgetPos)) {
+    case 1:
+        return QStringLiteral("Excitation filter: click to choose its colour, right-click for its wavelength's colour");
+    case 2:
+        return QStringLiteral("Barrier filter: click to choose its colour, right-click for its wavelength's colour");
+    default:
+        return QString();
+    }
+}
+
+// The tip over a filter tells the operator that its colour can be chosen.
+bool usrPath_M::event(QEvent* e)
+{
+    if (e->type() == QEvent::ToolTip) {
+        auto* help = static_cast<QHelpEvent*>(e);
+        const QString tip = colorAreaTip(help->pos());
+        if (tip.isEmpty())
+            QToolTip::hideText();
+        else
+            QToolTip::showText(help->globalPos(), tip, this, colorAreaRect(colorAreaAt(help->pos())));
+        return true;
+    }
+    return QWidget::event(e);
 }
 
 void usrPath_M::mousePressEvent(QMouseEvent* e)

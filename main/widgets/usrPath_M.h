@@ -75,6 +75,8 @@ public:
     // 2 the barrier filter. Drawn only with an epi illuminator.
     bool HasColorArea(int16_t filter) const;
     QRect colorAreaRect(int16_t filter) const;
+    // What the pointer's tip over a filter's colour area says; empty elsewhere.
+    QString colorAreaTip(const QPoint& widgetPos) const;
     bool OutletCaptionFits(int16_t index) const;
 
     QSize sizeHint() const override { return QSize(300, 232); }
@@ -94,6 +96,7 @@ signals:
     void ColorPicked(int16_t Filter, int16_t Button);
 
 protected:
+    bool event(QEvent* e) override;
     void paintEvent(QPaintEvent*) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;

@@ -28,13 +28,25 @@ cat >"$conf" <<CONF
 </busconfig>
 CONF
 
-# Nothing of the build tree on the way: the panel is started by its full path,
-# from a folder of its own, with the installed bin folder on PATH only.
+# Nothing of the build tree on the way: the panel is started by the full path
+# the menu uses, from a folder of its own, with the installed bin folder on
+# PATH only.
 cd "$ZENTOR_TEST_HOME" || fail "no test home"
+# Started as the menu starts it: the desktop entry's Exec line.
+launch=$(sed -n 's/^Exec=//p' "$prefix/share/applications/org.zentor.Zentor.desktop")
+[ -n "$launch" ] || fail "the desktop entry has no Exec line"
 PATH="$prefix/bin:/usr/bin:/bin" dbus-run-session --config-file="$conf" -- \
-  "$here/run-window.sh" "$prefix/bin/zentor" || exit 1
+  "$here/run-window.sh" "$launch" || exit 1
 
 cam="$XDG_DATA_HOME/Korvu/Shared/Data/Zentor/Camera.ini"
 cmp -s "$cam" "$prefix/share/zentor/Camera.ini" || fail "the first run did not copy the installed Camera.ini"
 [ -f "$XDG_DATA_HOME/Korvu/MavrelTools/Zentor.ini" ] || fail "no Zentor.ini after the orderly close"
+
+# An installation that lost its delivered files (Camera.ini, the stand
+# descriptions) still opens the simulated microscope on a first run; the
+# camera names take their defaults.
+rm -rf "$prefix/share/zentor" "$XDG_DATA_HOME/Korvu"
+PATH="$prefix/bin:/usr/bin:/bin" dbus-run-session --config-file="$conf" -- \
+  "$here/run-window.sh" "$launch" || fail "the panel does not start without its delivered files"
+[ ! -e "$cam" ] || fail "a Camera.ini appeared from nowhere"
 echo "PASS"

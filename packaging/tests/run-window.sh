@@ -1,14 +1,16 @@
 #!/bin/bash
-# run-window.sh ZENTOR: on the bus and display given, runs ZENTOR /SIM, waits
-# for its connected caption, keeps a screenshot, closes it with SIGTERM.
+# run-window.sh 'EXEC': on the bus and display given, runs the command line
+# EXEC (quoted as in a desktop entry's Exec key, which the menu runs) with
+# /SIM, waits for its connected caption, keeps a screenshot, closes it with
+# SIGTERM.
 . "$(dirname "$0")/lib.sh"
-exe=$1
+eval "set -- $1"
 bus() { dbus-send --session --print-reply=literal --dest=org.freedesktop.DBus /org/freedesktop/DBus "org.freedesktop.DBus.$1" "${@:2}"; }
 bus ListActivatableNames | grep -qw org.zentor.Microscope || fail "the bus cannot start the installed service"
 bus NameHasOwner string:org.zentor.Microscope | grep -q true && fail "the service runs before anyone asked for it"
 # No accessibility bus on this private bus: accessibility forced on must
 # fall back quietly.
-QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 ZENTOR_PRINT_CAPTION=1 "$exe" /SIM 2>"$ZENTOR_TEST_HOME/zentor.stderr" &
+QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 ZENTOR_PRINT_CAPTION=1 "$@" /SIM 2>"$ZENTOR_TEST_HOME/zentor.stderr" &
 pid=$!
 i=0
 while [ $i -lt 300 ]; do

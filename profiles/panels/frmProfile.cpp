@@ -19,6 +19,7 @@
 #include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPointer>
 #include <QTabBar>
@@ -86,6 +87,14 @@ clsDefProfile* frmProfile::currentOrSay() {
         MsgBox::show(QStringLiteral("Profile_Data Error"));
         return nullptr;
     }
+}
+
+void frmProfile::keyPressEvent(QKeyEvent* e) {
+    if (e->key() == Qt::Key_Escape) {
+        close();
+        return;
+    }
+    QWidget::keyPressEvent(e);
 }
 
 void frmProfile::Profile_Init() { m_items = ::Profile_Init(); }

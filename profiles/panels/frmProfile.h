@@ -86,6 +86,10 @@ signals:
     // the caption of the main panel's user entry t.
     void userNameRead(int t, const QString& caption);
 
+protected:
+    // Escape closes the editor as Cancel does.
+    void keyPressEvent(QKeyEvent* e) override;
+
 private:
     frmProfile();
     void buildControls();

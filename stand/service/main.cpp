@@ -198,9 +198,13 @@ int main(int argc, char* argv[])
         return fail(error);
     if (parser.isSet(dirOpt)) {
         const QString dir = parser.value(dirOpt);
-        if (!QFileInfo(dir).isDir())
-            return fail(QStringLiteral("the descriptions folder %1 does not exist").arg(dir));
-        config.stands << descriptionsIn(dir);
+        // A missing folder (an installation that lost its delivered files)
+        // still serves the service's own simulated microscope.
+        if (QFileInfo(dir).isDir())
+            config.stands << descriptionsIn(dir);
+        else
+            say(QStringLiteral("warning: the descriptions folder %1 does not exist; "
+                               "serving the simulated microscope only").arg(dir));
     }
     for (const QString& s : parser.values(standOpt))
         config.stands << QFileInfo(s).absoluteFilePath();

@@ -91,6 +91,26 @@ TEST_F(KeyboardWindow, TabVisitsEveryControlOnceInTheOrderOfTheLayout) {
     EXPECT_LT(at(ui->usrMainPath), at(ui->btnEpiFS[0]));
 }
 
+TEST_F(KeyboardWindow, TheCompactLookIsOperatedLineByLine) {
+    ui->btnGUIClose->setFocus(Qt::TabFocusReason);
+    key(Qt::Key_Space);
+    ASSERT_EQ(ui->PanelMode, 2);
+    const std::vector<QWidget*> round = tabRound(ui->labmenu[1]);
+    std::vector<QWidget*> lines;
+    for (QWidget* c : round)
+        if (ui->frmSub->isAncestorOf(c) && c != ui->btnGUIOpen)
+            lines.push_back(c);
+    ASSERT_GE(lines.size(), 10u);
+    for (size_t i = 1; i < lines.size(); ++i)
+        EXPECT_LT(lines[i - 1]->mapTo(ui->frmSub, QPoint()).y(), lines[i]->mapTo(ui->frmSub, QPoint()).y())
+            << accName(lines[i - 1]).toStdString() << " before " << accName(lines[i]).toStdString();
+    for (QWidget* c : lines)
+        EXPECT_TRUE(accName(c).endsWith(QStringLiteral(" panel")) || accName(c) == QStringLiteral("Analyzer in or out"));
+    ui->btnGUIOpen->setFocus(Qt::TabFocusReason);
+    key(Qt::Key_Return);
+    EXPECT_EQ(ui->PanelMode, 1);
+}
+
 TEST_F(KeyboardWindow, EveryControlOnTheRoundHasARoleAndAName) {
     for (QWidget* c : tabRound(ui->labmenu[1])) {
         QAccessibleInterface* a = acc(c);
@@ -127,9 +147,14 @@ TEST_F(KeyboardWindow, AltAndALetterOpensEachMenuSectionAndTheArrowGivesTheFocus
     }
     key(Qt::Key_C, Qt::AltModifier);
     ASSERT_EQ(focused(), ui->downConnect);
+    key(Qt::Key_Tab);
+    w->grab().save(testHome() + QStringLiteral("/keyboard-connection.png"));
+    key(Qt::Key_Tab, Qt::ShiftModifier);
+    ASSERT_EQ(focused(), ui->downConnect);
     key(Qt::Key_Space);
     EXPECT_FALSE(ui->frmConnect->isVisible());
     EXPECT_EQ(focused(), ui->labmenu[1]);
+    w->grab().save(testHome() + QStringLiteral("/keyboard-menu-entry.png"));
     // Enter on the entry opens it again.
     key(Qt::Key_Return);
     EXPECT_TRUE(ui->frmConnect->isVisible());
@@ -148,6 +173,10 @@ TEST_F(KeyboardWindow, TheSelectorTakesTheFocusPicksByKeysAndGivesItBack) {
 
     key(Qt::Key_Return);
     ASSERT_EQ(focused(), ui->txtAdd);
+    key(Qt::Key_Down);
+    key(Qt::Key_Up);
+    // Kept for looking at: the keyboard's cursor in the open selector.
+    w->grab().save(testHome() + QStringLiteral("/keyboard-selector.png"));
     const int16_t target = before < ui->txtAdd->Last() ? int16_t(before + 1) : int16_t(before - 1);
     key(target > before ? Qt::Key_Down : Qt::Key_Up);
     key(Qt::Key_Return);

@@ -122,6 +122,10 @@ TEST_F(ColourTest, TheFilterAreasOfTheDrawingTellWhichFilterAndWhichButton) {
     EXPECT_EQ(picked[0][1].toInt(), 1);
     EXPECT_EQ(picked[1][0].toInt(), 2);
     EXPECT_EQ(picked[1][1].toInt(), 2);
+    // The pointer's tip over a filter says what a click does.
+    EXPECT_TRUE(path.colorAreaTip(ex).startsWith(QStringLiteral("Excitation filter: click")));
+    EXPECT_TRUE(path.colorAreaTip(ba).startsWith(QStringLiteral("Barrier filter: click")));
+    EXPECT_TRUE(path.colorAreaTip(QPoint(5, 5)).isEmpty());
     // A drawing without an epi illuminator has no filters to pick.
     path.setScopeType(0);
     EXPECT_FALSE(path.HasColorArea(1));

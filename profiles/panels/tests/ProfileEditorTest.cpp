@@ -467,6 +467,11 @@ TEST_F(EditorTest, CloseAndCancelUnloadTheFormWithoutSaving) {
     click(f->btnClose);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(frmProfile::loaded(), nullptr);
+    // Escape does what Cancel does.
+    f = openEditor();
+    QTest::keyClick(f->txtObj, Qt::Key_Escape);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(frmProfile::loaded(), nullptr);
     EXPECT_TRUE(recorder->texts().isEmpty());
 }
 
