@@ -11,6 +11,8 @@
 #include <QMetaType>
 #include <QTimer>
 
+#include <dbus/dbus.h>
+
 namespace {
 
 using ZentorBus::Method;
@@ -121,6 +123,14 @@ QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& val
 }
 
 using InterfaceList = QVector<QPair<QString, const QVector<Method>*>>;
+
+// Bytes of messages this process has handed to its bus connection that the
+// bus has not taken yet.
+long outgoingBytes(const QDBusConnection& bus)
+{
+    auto* connection = static_cast<DBusConnection*>(bus.internalPointer());
+    return connection ? dbus_connection_get_outgoing_size(connection) : 0;
+}
 
 } // namespace
 
@@ -343,6 +353,14 @@ private:
                 --s_floods;
                 job->caller.reset();
                 *step = nullptr;   // breaks the cycle of the shared pointers
+                return;
+            }
+            // Paced by the bus: while the messages this process has queued for
+            // the bus exceed the bound, the flood waits, so that it neither
+            // grows this process nor makes replies to other clients queue
+            // behind it.
+            if (outgoingBytes(job->bus) > ServiceHost::kMaxOutgoingBytes) {
+                QTimer::singleShot(1, job->stand, *step);
                 return;
             }
             for (int i = 0; i < 256 && job->left > 0; ++i, --job->left)

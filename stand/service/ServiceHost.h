@@ -50,6 +50,8 @@ public:
     static constexpr int kMaxFloods = 4;             // EmitEvents calls running at once
     static constexpr double kMinSpeedFactor = 0.01;  // slower would hold a move for days
     static constexpr double kMaxSpeedFactor = 1000;
+    // Messages queued for the bus beyond which a flood waits.
+    static constexpr long kMaxOutgoingBytes = 256 * 1024;
 
 private:
     QDBusConnection m_bus;
