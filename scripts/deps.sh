@@ -10,6 +10,8 @@ packages=(
   dbus dbus-bin dbus-daemon python3 python3-dbus python3-gi
   systemd libglib2.0-bin
   xvfb xauth x11-apps x11-utils imagemagick fonts-dejavu-core
+  # Window tests: a real window manager, pointer clicks, and input queued as the window system queues it
+  openbox xdotool qt6-base-private-dev
   desktop-file-utils appstream dpkg-dev man-db   # packaging tests: validate the desktop entry and metainfo, build the .deb
   at-spi2-core python3-pyatspi                   # accessibility test: the AT-SPI bus and a client that walks the window
   xtrace                      # bench_idle counts the idle panel's X requests

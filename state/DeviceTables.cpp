@@ -106,26 +106,21 @@ bool FilterCube_Init(MainState& s) {
 }
 
 bool CondenserData_Init(MainState& s) {
-    try {
-        MicroscopeService& svc = *s.micService;
-        if (svc.IsMounted(DeviceIndex::CondenserCassette) == 0) {
-            s.mCon.setSETUP(0);
-            return false;
-        }
-        s.mCon.setMIN(vb::toInt16(svc.LowerLimit(LimitIndex::CondenserCassette)));
-        s.mCon.setMAX(vb::toInt16(svc.UpperLimit(LimitIndex::CondenserCassette)));
-        s.mCon.setSTEP(vb::toInt16(svc.Step(LimitIndex::CondenserCassette)));
-        const QVector<int32_t> numbers = svc.CondenserNumbers();
-        const QStringList names = svc.CondenserNames();
-        for (int i = 0; i < numbers.size(); ++i) {
-            clsDefBase cell;
-            cell.setNumber(vb::toInt16(at(numbers, i)));
-            cell.setName(at(names, i));
-            s.mConData.append(cell);
-        }
-        return true;
-    } catch (const std::exception&) {
-        MsgBox::show(QStringLiteral("CondenserData Error"));
-        return true;
+    MicroscopeService& svc = *s.micService;
+    if (svc.IsMounted(DeviceIndex::CondenserCassette) == 0) {
+        s.mCon.setSETUP(0);
+        return false;
     }
+    s.mCon.setMIN(vb::toInt16(svc.LowerLimit(LimitIndex::CondenserCassette)));
+    s.mCon.setMAX(vb::toInt16(svc.UpperLimit(LimitIndex::CondenserCassette)));
+    s.mCon.setSTEP(vb::toInt16(svc.Step(LimitIndex::CondenserCassette)));
+    const QVector<int32_t> numbers = svc.CondenserNumbers();
+    const QStringList names = svc.CondenserNames();
+    for (int i = 0; i < numbers.size(); ++i) {
+        clsDefBase cell;
+        cell.setNumber(vb::toInt16(at(numbers, i)));
+        cell.setName(at(names, i));
+        s.mConData.append(cell);
+    }
+    return true;
 }

@@ -25,6 +25,6 @@ bool FilterCube_Init(MainState& s);
 // file), with the wait cursor. Throws on a damaged file; FilterCube_Init traps.
 void FilterColor_Read(MainState& s);
 
-// Condenser: limits of limit index 4 and the position names.
-// Message "CondenserData Error".
+// Condenser: limits of limit index 4 and the position names. It has no trap
+// of its own: a failure goes to the caller's (Init's, with its step number).
 bool CondenserData_Init(MainState& s);

@@ -1,12 +1,42 @@
 #include "state/MsgBox.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QMessageBox>
+#include <QPointer>
 #include <QStringList>
+#include <cstdio>
 
 namespace MsgBox {
 namespace {
 Recorder* g_recorder = nullptr;
+std::function<void(QWidget*)> g_styler;
+bool g_unattended = false;
+QList<QPointer<QMessageBox>> g_open;  // boxes now waiting, innermost last
+
+// What nobody's answer is: the box's Escape key.
+Answer escapeAnswer(Buttons buttons) {
+    switch (buttons) {
+    case OKCancel: return Cancel;
+    case YesNo: return No;
+    default: return OK;
+    }
+}
+
+// The window a box belongs to, so that it stands over that window's centre:
+// the active one, else the visible main window.
+QWidget* owner() {
+    if (QWidget* w = QApplication::activeWindow())
+        return w;
+    QWidget* best = nullptr;
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (!w->isVisible() || qobject_cast<QMessageBox*>(w) || w->windowType() != Qt::Window)
+            continue;
+        if (!best || w->width() * w->height() > best->width() * best->height())
+            best = w;
+    }
+    return best;
+}
 
 Answer defaultAnswer(const Shown& s) {
     switch (s.buttons) {
@@ -15,6 +45,22 @@ Answer defaultAnswer(const Shown& s) {
     }
 }
 } // namespace
+
+void setStyler(std::function<void(QWidget*)> styler) { g_styler = std::move(styler); }
+
+void setUnattended(bool unattended) { g_unattended = unattended; }
+bool unattended() { return g_unattended; }
+
+void dismissOpen() {
+    for (const QPointer<QMessageBox>& box : g_open) {
+        if (!box)
+            continue;
+        if (QAbstractButton* escape = box->escapeButton())
+            escape->click();
+        else
+            box->reject();
+    }
+}
 
 QString defaultTitle() {
     const QString name = QCoreApplication::applicationName();
@@ -41,7 +87,14 @@ Answer show(const QString& text, Buttons buttons, Icon icon, const QString& titl
         g_recorder->m_shown.append(shown);
         return g_recorder->m_answer ? g_recorder->m_answer(shown) : defaultAnswer(shown);
     }
-    QMessageBox box(QApplication::activeWindow());
+    if (g_unattended) {
+        std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+        std::fflush(stderr);
+        return escapeAnswer(shown.buttons);
+    }
+    QMessageBox box(owner());
+    if (g_styler)
+        g_styler(&box);
     box.setText(text);
     box.setWindowTitle(title.isEmpty() ? defaultTitle() : title);
     switch (icon) {
@@ -52,13 +105,26 @@ Answer show(const QString& text, Buttons buttons, Icon icon, const QString& titl
     case NoIcon: break;
     }
     switch (buttons) {
-    case OKOnly: box.setStandardButtons(QMessageBox::Ok); break;
-    case OKCancel: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
-    case YesNo: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
+    case OKOnly:
+        box.setStandardButtons(QMessageBox::Ok);
+        box.setEscapeButton(QMessageBox::Ok);
+        break;
+    case OKCancel:
+        box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel);
+        box.setEscapeButton(QMessageBox::Cancel);
+        break;
+    case YesNo:
+        box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+        box.setEscapeButton(QMessageBox::No);
+        break;
     }
     if (systemModal)
         box.setWindowModality(Qt::ApplicationModal);
-    switch (box.exec()) {
+    g_open.append(QPointer<QMessageBox>(&box));
+    const int pressed = box.exec();
+    g_open.removeAll(QPointer<QMessageBox>(&box));
+    g_open.removeAll(QPointer<QMessageBox>());
+    switch (pressed) {
     case QMessageBox::Cancel: return Cancel;
     case QMessageBox::Yes: return Yes;
     case QMessageBox::No: return No;

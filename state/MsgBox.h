@@ -30,6 +30,19 @@ Answer show(const QString& text, Buttons buttons = OKOnly, Icon icon = NoIcon,
 // The application's default title, used when a box has none of its own.
 QString defaultTitle();
 
+// The look a shown box takes (the panel's dark look), given by the window
+// layer that owns it; without one a box keeps the platform's look.
+void setStyler(std::function<void(QWidget* box)> styler);
+
+// An orderly close on a signal: nobody is there to answer a box. While
+// unattended, a box is not shown; its text goes to the standard error and
+// the box answers as its Escape key would (OK, Cancel, No).
+void setUnattended(bool unattended);
+bool unattended();
+// Answers every box now waiting as its Escape key would, so that the code
+// that showed it goes on.
+void dismissOpen();
+
 // Test support: while a Recorder lives, boxes are recorded and answered by
 // `answer` (OK, or Yes for a Yes/No box, when none is given).
 class Recorder {

@@ -9,6 +9,12 @@ public:
     ~WaitCursor();
     WaitCursor(const WaitCursor&) = delete;
     WaitCursor& operator=(const WaitCursor&) = delete;
+    // Leaves the wait cursor up after this object goes: a handler whose trap
+    // resumes nowhere leaves the panel busy and deaf.
+    void keep() { m_kept = true; }
+
+private:
+    bool m_kept = false;
 };
 
 // Drops every pending mouse event and then every pending key event without

@@ -12,6 +12,7 @@
 #include "core/settings/SettingsPaths.h"
 #include "main/app/SelScopeDlg.h"
 #include "main/widgets/Units.h"
+#include "main/widgets/WidgetLook.h"
 #include "main/widgets/usrAddress.h"
 #include "main/widgets/usrButton.h"
 #include "main/widgets/usrPath_M.h"
@@ -19,9 +20,13 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QSettings>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QWindow>
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -62,6 +67,8 @@ frmMain::frmMain(const QStringList& args, QWidget* parent) : QWidget(parent), m_
     for (int i = 0; i < 21; ++i)
         m_names.insert(QLatin1String(kPropertyNames[i]), i + 1);
     FormRegistry::add(QStringLiteral("frmMain"), this);
+    // Its boxes wear the panel's dark look.
+    MsgBox::setStyler([](QWidget* box) { zentor::look::applyTo(box); });
 
     connect(ui->lstMic, &QListWidget::currentRowChanged, this, [this](int) { lstMic_Click(); });
     connect(ui->btnOpen, &usrButton::Released, this, [this] { btnOpen_Click(); });
@@ -106,7 +113,11 @@ void frmMain::Form_Initialize() {
     const int menu = read(QStringLiteral("Menu"), ui->MenuWidth);
     OpenMode = static_cast<int16_t>(read(QStringLiteral("Open"), 1));
 
-    move(zentor::twipsToPixels(left), zentor::twipsToPixels(top));
+    // The frame's place, kept on the screen so that its title bar can be
+    // reached (an older run may have stored a place above it).
+    m_framePos = onScreen(QPoint(zentor::twipsToPixels(left), zentor::twipsToPixels(top)));
+    m_placing = 6;
+    move(m_framePos);
     // A damaged file may hold sizes no window can have; Form_Resize brings the
     // window back to what the panels can use.
     resize(std::max(1, zentor::twipsToPixels(width)), std::max(1, zentor::twipsToPixels(height)));
@@ -199,6 +210,16 @@ void frmMain::showEvent(QShowEvent* e) {
             m_activatePending = false;
             Form_Activate();
         });
+        // The window manager frames the window a moment after it is shown,
+        // may not say so by an event of the window's own, and may still carry
+        // out requests made before it had framed it: the frame's place is
+        // looked at again for a few moments after showing.
+        for (int ms : {300, 1000, 2500})
+            QTimer::singleShot(ms, this, [this, ms] {
+                placeFrame();
+                if (ms == 2500)
+                    m_placing = 0;
+            });
     }
 }
 
@@ -309,7 +330,8 @@ void frmMain::btnOpen_Click() {
         setEnabled(true);
         Common_Flush();
     } catch (const std::exception&) {
-        // The panel stays disabled and deaf to events: the operator restarts.
+        // The panel stays disabled, busy and deaf to events: the operator restarts.
+        wait.keep();
         MsgBox::show(QStringLiteral("Device_Connect Error"));
     }
 }
@@ -340,6 +362,12 @@ void frmMain::btnClose_Click() {
 
 // ---------------------------------------------------------------------------
 // Shutdown
+
+void frmMain::closeOnSignal() {
+    MsgBox::setUnattended(true);
+    MsgBox::dismissOpen();
+    close();
+}
 
 void frmMain::closeEvent(QCloseEvent* e) {
     m_inCloseEvent = true;
@@ -393,8 +421,10 @@ void frmMain::Form_Unload() {
     if (isMinimized())
         showNormal();
 
-    s.INI.Ini_Write(kFormPosition, QStringLiteral("Top"), QString::number(zentor::pixelsToTwips(y())));
-    s.INI.Ini_Write(kFormPosition, QStringLiteral("Left"), QString::number(zentor::pixelsToTwips(x())));
+    // The frame's place, as Form_Initialize reads it.
+    const QPoint frame = framePosition();
+    s.INI.Ini_Write(kFormPosition, QStringLiteral("Top"), QString::number(zentor::pixelsToTwips(frame.y())));
+    s.INI.Ini_Write(kFormPosition, QStringLiteral("Left"), QString::number(zentor::pixelsToTwips(frame.x())));
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Height"), QString::number(zentor::pixelsToTwips(height())));
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Width"), QString::number(zentor::pixelsToTwips(width())));
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Menu"), QString::number(ui->frmMenu->Width()));
@@ -418,8 +448,9 @@ void frmMain::Form_Unload() {
         if (caption.contains(QLatin1String("Zentor"))) {
             s.INI.Ini_Write(caption, QStringLiteral("Show"),
                             form->isVisible() ? QStringLiteral("True") : QStringLiteral("False"));
-            s.INI.Ini_Write(caption, QStringLiteral("Top"), QString::number(zentor::pixelsToTwips(form->y())));
-            s.INI.Ini_Write(caption, QStringLiteral("Left"), QString::number(zentor::pixelsToTwips(form->x())));
+            const QPoint at = form->frameGeometry().topLeft();
+            s.INI.Ini_Write(caption, QStringLiteral("Top"), QString::number(zentor::pixelsToTwips(at.y())));
+            s.INI.Ini_Write(caption, QStringLiteral("Left"), QString::number(zentor::pixelsToTwips(at.x())));
         }
         if (form != this)
             FormRegistry::unload(FormRegistry::nameOf(form));
@@ -443,7 +474,45 @@ void frmMain::Form_Unload() {
 // ---------------------------------------------------------------------------
 // Liveness check on regained activation
 
+QPoint frmMain::onScreen(QPoint framePos) {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return framePos;
+    const QRect area = screen->availableVirtualGeometry();
+    // The title bar stays reachable: the frame's top left corner on the
+    // screen, with room for a grip of the title bar to its right and below.
+    const int x = std::clamp(framePos.x(), area.left(), std::max(area.left(), area.right() - 100));
+    const int y = std::clamp(framePos.y(), area.top(), std::max(area.top(), area.bottom() - 40));
+    return QPoint(x, y);
+}
+
+// The frame's top left corner: the window manager's frame as it is now
+// (asked afresh, a cached one may be from before the window was framed).
+QPoint frmMain::framePosition() const {
+    const QWindow* w = windowHandle();
+    if (!w)
+        return pos();
+    const QMargins m = w->frameMargins();
+    return geometry().topLeft() - QPoint(m.left(), m.top());
+}
+
+void frmMain::placeFrame() {
+    if (m_placing <= 0 || !isVisible() || isMinimized() || isMaximized() || !windowHandle())
+        return;
+    const QMargins m = windowHandle()->frameMargins();
+    // Not framed yet (or never: without a window manager the window's own
+    // place is the frame's, which Form_Initialize set).
+    if (m.isNull())
+        return;
+    if (framePosition() == m_framePos)
+        return;
+    --m_placing;
+    setGeometry(QRect(m_framePos + QPoint(m.left(), m.top()), size()));
+}
+
 bool frmMain::event(QEvent* e) {
+    if (e->type() == QEvent::Move || e->type() == QEvent::Resize || e->type() == QEvent::WindowActivate)
+        placeFrame();
     if (e->type() == QEvent::WindowActivate)
         applicationActivated(true);
     else if (e->type() == QEvent::WindowDeactivate)
@@ -513,6 +582,7 @@ void frmMain::btnStatus_Read() {
         block.unblock();
         ui->lstMic->setCurrentRow(remembered);
     } catch (const std::exception&) {
-        MsgBox::show(QStringLiteral("Device_StatusRead Error"));
+        // The click's trap ends the read; it has no message of its own. The
+        // list shows what the service offers now, with nothing selected.
     }
 }

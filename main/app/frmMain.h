@@ -34,6 +34,10 @@ public:
     void Form_Activate();
     // Runs Form_Unload once; the window then closes.
     void Form_Unload();
+    // The orderly close on SIGTERM or SIGINT: as any close, but no box waits
+    // for an answer nobody will give (those up are dismissed, later ones go
+    // to the standard error).
+    void closeOnSignal();
 
     void lstMic_Click();
     void btnOpen_Click();
@@ -113,6 +117,13 @@ private:
     void customNames(bool userDefaults);
     void showPresentValues();
     void applicationActivated(bool active);
+    // The stored position is the frame's (title bar and border included),
+    // read and written the same way. A window manager frames the window only
+    // after it is shown, and a resize before that can shift it; so once the
+    // frame is known it is put where it was asked to be.
+    void placeFrame();
+    QPoint framePosition() const;
+    static QPoint onScreen(QPoint framePos);
     void writeLinkSettings();
     void readLinkSettings();
     int16_t currentItemData() const;
@@ -127,4 +138,6 @@ private:
     bool m_unloaded = false;
     bool m_inCloseEvent = false;
     bool m_activatePending = false;
+    QPoint m_framePos;      // where the frame is to stand at start, pixels
+    int m_placing = 0;      // corrections of the frame's place still allowed (only at start)
 };

@@ -107,8 +107,11 @@ void frmMain::dispatch(const QString& name, const QString& v, int16_t& Step) {
             setBoth(ui->LampCmd, QString());
             ui->usrMainPath->setLampState(0);
             // The frame's own Enabled, not its window's: the window is disabled
-            // while a microscope opens.
-            if (!ui->frmShutter[0]->testAttribute(Qt::WA_ForceDisabled) && s.micService->EpiShutterIsOpened() == 0)
+            // while a microscope opens. A stand without an epi shutter (Init
+            // hid its frames) has no state to ask for.
+            const bool shutterFitted = !ui->frmShutter[0]->isHidden();
+            if (shutterFitted && !ui->frmShutter[0]->testAttribute(Qt::WA_ForceDisabled) &&
+                s.micService->EpiShutterIsOpened() == 0)
                 ui->usrMainPath->ShowShutterClose();
             if (s.mPath.LINK() != 0)
                 ui->usrMainPath->setPathState(s.mPath.PATH());
@@ -261,8 +264,9 @@ void frmMain::showObjective(int16_t a) {
 }
 
 // The mounted cube's texts and colours. The event writes "a : name" and the
-// compact "a: first word"; the read at opening writes "a: name" and the compact
-// "a : name", both trimmed.
+// compact "a: first word", whose tool tip is the main one after a blank; the
+// read at opening writes "a: name" and the compact "a : name", both trimmed,
+// and puts the cube's name before the compact tool tip.
 void frmMain::showFilter(int16_t a, bool statusRead) {
     MainState& s = mainState();
     s.mFilter.setAddress(a);
@@ -279,7 +283,7 @@ void frmMain::showFilter(int16_t a, bool statusRead) {
         ui->FilterCmd[1]->setCaption(pos + QStringLiteral(": ") + name.section(QLatin1Char(' '), 0, 0));
     }
     ui->FilterCmd[0]->setToolTipText(tip);
-    ui->FilterCmd[1]->setToolTipText(name + QStringLiteral(" ") + tip);
+    ui->FilterCmd[1]->setToolTipText((statusRead ? name : QString()) + QStringLiteral(" ") + tip);
     if (d.Number() == 0 || d.Number() == 1) {
         ui->usrMainPath->ClearExColor();
         ui->usrMainPath->ClearBaColor();

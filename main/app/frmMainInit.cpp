@@ -51,7 +51,7 @@ void frmMain::Init() {
                 if (svc.DeviceStatus(UnitIndex::Q7s) == 1) {
                     s.MicUnit[1] = 1;
                     append(QStringLiteral(" Q7s "));
-                    ui->frmObserve->show();
+                    ui->ShowObserveSection();
                     ui->btnProfile->setEnabled(true);
                     observeEntries(true);
                     customNames(true);
@@ -80,7 +80,7 @@ void frmMain::Init() {
                     HubEpi = true;
                     HubObserve = true;
                     if (s.MicUnit[1] == 0) {
-                        ui->frmObserve->show();
+                        ui->ShowObserveSection();
                         ui->btnProfile->setEnabled(true);
                         ui->usrMainPath->setScopeType(1);
                         observeEntries(false);
@@ -126,7 +126,7 @@ void frmMain::Init() {
                     append(QStringLiteral(" E-LM-K "));
                     HubEpi = true;
                     HubObserve = true;
-                    ui->frmObserve->show();
+                    ui->ShowObserveSection();
                     ui->btnProfile->setEnabled(true);
                     observeEntries(true, 1, 1);
                     observeEntries(true, 4, 4);

@@ -72,13 +72,13 @@ int main(int argc, char** argv) {
     frmMain window(Common_Args());
 
     // SIGTERM and SIGINT close the window in order, so that what the operator
-    // set is saved as at any other exit.
+    // set is saved as at any other exit, without waiting on a box.
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalPipe) == 0) {
         auto* notifier = new QSocketNotifier(g_signalPipe[1], QSocketNotifier::Read, &app);
         QObject::connect(notifier, &QSocketNotifier::activated, &window, [&window] {
             char c = 0;
             [[maybe_unused]] const ssize_t n = ::read(g_signalPipe[1], &c, 1);
-            window.close();
+            window.closeOnSignal();
         });
         struct sigaction sa {};
         sa.sa_handler = onTerminate;

@@ -2,6 +2,7 @@
 
 #include "state/MainState.h"
 #include "state/MsgBox.h"
+#include "state/UiHelpers.h"
 #include "core/base/RunTimeError.h"
 #include "core/base/VbConvert.h"
 #include "main/panel/PanelLayout.h"
@@ -36,15 +37,6 @@ QFont sized(const QFont& base, double points, bool bold)
     f.setPointSizeF(points);
     f.setBold(bold);
     return f;
-}
-
-// Input that queued while a long call ran is dropped, not delivered.
-void flushPendingInput()
-{
-    QCoreApplication::sendPostedEvents();
-    for (QEvent::Type t : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
-                           QEvent::MouseButtonDblClick, QEvent::KeyPress, QEvent::KeyRelease})
-        QCoreApplication::removePostedEvents(nullptr, t);
 }
 
 // The operator waits: hourglass and a disabled window for the length of a call.
@@ -741,8 +733,14 @@ void MainPanel::wire()
     for (int i = 0; i < 4; ++i) {
         const int16_t idx = int16_t(i);
         connect(btnSetup[i], &PanelLabel::Click, this, [this, idx] {
-            if (idx == 1)
+            if (idx == 1) {
                 frmControlPad->setVisible(!frmControlPad->isVisible());
+                // The section grows to show the pad it opened, also when the
+                // operator had made it lower.
+                if (frmControlPad->isVisibleTo(frmSetting) && MenuSplit > 0)
+                    MenuSplit = std::max(MenuSplit, frmControlPad->Top() + frmControlPad->Height() + 80);
+                layoutMenu();
+            }
             emit SetupClicked(idx);
         });
         connect(btnInfo[i], &PanelLabel::Click, this, [this, idx] {
@@ -919,6 +917,15 @@ void MainPanel::btnmenu_Click(int16_t Index)
         frmOther->show();
         break;
     }
+    layoutMenu();
+}
+
+void MainPanel::ShowObserveSection()
+{
+    if (MenuSelect != 0 && MenuSelect != 4)
+        return;
+    MenuSelect = 4;
+    frmObserve->show();
     layoutMenu();
 }
 
@@ -1180,14 +1187,18 @@ void MainPanel::txtAdd_AddressPicked(int16_t Address)
         }
         CloseSelectors();
         enableAgain();
-        flushPendingInput();
+        // Clicks made while the move ran (the window system held them back)
+        // are dropped, not replayed as a move nobody meant.
+        Common_Flush();
     } catch (const RunTimeError& e) {
         busy.end();
         enableAgain();
+        Common_Flush();  // a refused or stalled move replays no click either
         MsgBox::show(failureText(QStringLiteral("Position_Change"), e));
     } catch (const std::exception&) {
         busy.end();
         enableAgain();
+        Common_Flush();
         MsgBox::show(QStringLiteral("Position_Change Error"));
     }
 }

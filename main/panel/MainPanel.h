@@ -215,6 +215,10 @@ public:
     void frmMenu_MouseMove(int16_t Button, float X, float Y);
     void frmMenu_MouseDown(float Y);
     void frmMenu_MouseUp();
+    // Init shows the Observation Method section. One section stands open at
+    // a time: it opens when none or itself is open, and otherwise waits for
+    // its entry, so that it is never drawn over the section in use.
+    void ShowObserveSection();
     void downConnect_Click();
     void downSetting_Click();
     void downInfo_Click();

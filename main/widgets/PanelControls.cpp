@@ -95,6 +95,13 @@ void PanelLabel::refreshHint()
         update();
 }
 
+QColor PanelLabel::HintColor() const
+{
+    // The hint is a live state (the drawing shows it): drawn in the label's
+    // own colour, never in the grey of a disabled entry.
+    return colorFromBgr(m_fore);
+}
+
 bool PanelLabel::CaptionFits() const
 {
     const QString shown = text().isEmpty() ? HintShown() : text();
@@ -140,8 +147,7 @@ void PanelLabel::paintEvent(QPaintEvent* e)
     if (hint.isEmpty())
         return;
     QPainter p(this);
-    QColor dim = zentor::look::textDim();
-    p.setPen(dim);
+    p.setPen(HintColor());
     p.setFont(font());
     const int m = indent() > 0 ? indent() : 0;
     p.drawText(contentsRect().adjusted(m, 0, 0, 0), int(alignment()), hint);

@@ -62,6 +62,8 @@ public:
     // Paints again only when the hint to show differs from the one drawn
     // last, so that asking costs nothing while the state stands still.
     void refreshHint();
+    // The colour the hint is drawn in: the label's own, as a value's.
+    QColor HintColor() const;
     // Whether the caption (or the hint shown) is drawn whole in the label.
     bool CaptionFits() const;
 

@@ -139,6 +139,7 @@ TEST(Opening, TheCubeIsShownInTheFormOfTheReadAndTheEventKeepsItsOwn) {
     w->micEvent_OnPropertyChanged(QStringLiteral("AppFilterBlockCassettePosition:2"));
     EXPECT_EQ(w->ui->FilterCmd[0]->Caption(), QStringLiteral("2 :  U-FBW wide "));
     EXPECT_EQ(w->ui->FilterCmd[1]->Caption(), QStringLiteral("2: U-FBW"));
+    EXPECT_EQ(w->ui->FilterCmd[1]->ToolTipText(), QStringLiteral(" ") + tip);
 }
 
 TEST(Opening, WithoutCondenserOnlyBrightfieldAndFluorescenceLightWithTheEpiIlluminator) {

@@ -303,6 +303,35 @@ TEST_F(MenuTest, ControlPadEntryOpensThePadWhenTheStandAllowsIt)
     EXPECT_EQ(panel->ControlPadMark(), 2);
 }
 
+TEST_F(MenuTest, TheControlPadOpensInsideTheVisiblePartOfItsSection)
+{
+    const QString path = writeDescription(
+        "old-firmware.json",
+        "{\"name\": \"Old Stand\", \"units\": [\"Q7s\"], \"versions\": {\"Q7s\": \"V1.1\"}}");
+    connectStand(1, {path});
+    mainState().MicUnit[1] = 1;
+    panel->show();
+    panel->btnmenu_Click(2);
+    auto padInside = [&] {
+        const QRect pad = panel->frmControlPad->geometry();
+        return pad.bottom() < panel->frmSetting->height() && pad.top() >= 0;
+    };
+    QTest::mouseClick(panel->btnSetup[1], Qt::LeftButton);
+    ASSERT_TRUE(panel->frmControlPad->isVisible());
+    EXPECT_TRUE(padInside()) << panel->frmControlPad->geometry().bottom() << " in "
+                             << panel->frmSetting->height();
+    // Closed again, and the section dragged low: opening it shows it whole.
+    QTest::mouseClick(panel->btnSetup[1], Qt::LeftButton);
+    ASSERT_FALSE(panel->frmControlPad->isVisible());
+    panel->MenuDragging = true;
+    panel->frmMenu_MouseMove(1, 1000, float(layout::kSectionTop + 900));
+    panel->MenuDragging = false;
+    QTest::mouseClick(panel->btnSetup[1], Qt::LeftButton);
+    ASSERT_TRUE(panel->frmControlPad->isVisible());
+    EXPECT_TRUE(padInside()) << panel->frmControlPad->geometry().bottom() << " in "
+                             << panel->frmSetting->height();
+}
+
 TEST_F(MenuTest, InformationEntryReportsItsIndexAndClosesTheSection)
 {
     panel->show();

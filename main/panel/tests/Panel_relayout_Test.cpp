@@ -284,6 +284,38 @@ TEST_F(RelayoutTest, TheShutterCaptionOnTheDrawingFollowsTheShutter)
     EXPECT_EQ(p.ShutterCmd[0]->HintShown(), QStringLiteral("OPEN"));
 }
 
+// The lightest colour drawn in a label: its text's, on the dark panel.
+QColor lightestInk(QWidget* w)
+{
+    const QImage img = w->grab().toImage();
+    QColor best(Qt::black);
+    for (int y = 0; y < img.height(); ++y)
+        for (int x = 0; x < img.width(); ++x) {
+            const QColor c = img.pixelColor(x, y);
+            if (c.lightness() > best.lightness())
+                best = c;
+        }
+    return best;
+}
+
+TEST_F(RelayoutTest, TheDrawingsStatesReadAsLiveValuesNotAsDisabledGrey)
+{
+    MainPanel& p = *panel;
+    mainState().MicConnected = true;
+    p.usrMainPath->ShowLampOff();
+    p.usrMainPath->ShowShutterClose();
+    p.usrMainPath->ShowAnalyzerOut();
+    // A live reading of the same kind, for comparison.
+    p.NDcmd[0]->setCaption(QStringLiteral("OUT"));
+    const QColor live = lightestInk(p.NDcmd[0]);
+    for (PanelLabel* l : {p.LampCmd[0], p.LampCmd[1], p.AnaCmd[0], p.ShutterCmd[0]}) {
+        ASSERT_FALSE(l->HintShown().isEmpty());
+        const QColor ink = lightestInk(l);
+        EXPECT_GT(ink.lightness(), QColor(0x80, 0x85, 0x8c).lightness() + 40) << l->HintShown().toStdString();
+        EXPECT_LE(std::abs(ink.lightness() - live.lightness()), 24) << l->HintShown().toStdString();
+    }
+}
+
 // Readings as long as the shipped tables and the stage give them.
 void fillLongReadings(MainPanel& p)
 {

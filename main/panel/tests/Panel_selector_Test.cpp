@@ -167,13 +167,17 @@ TEST_F(SelectorTest, ATimedOutMoveShowsItsMessage)
     connectStand(0);
     MsgBox::Recorder rec;
     const int16_t before = mic->NosepiecePosition();
+    const int16_t target = before == 3 ? 4 : 3;
     control().stallDevice(1);
     panel->downObj_Click();
-    panel->txtAdd_AddressPicked(before == 3 ? 4 : 3);
+    panel->txtAdd_AddressPicked(target);
     ASSERT_EQ(rec.texts().size(), 1);
     EXPECT_EQ(rec.texts()[0], "Position_Change TimeOut Error");
     EXPECT_TRUE(panel->txtAdd->isEnabled());
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    // The stalled motor never got there: the nosepiece stands where it was.
+    EXPECT_EQ(mic->NosepiecePosition(), before);
+    EXPECT_NE(mic->NosepiecePosition(), target);
 }
 
 TEST_F(SelectorTest, ARefusedMoveShowsTheLimitationMessage)
