@@ -102,6 +102,32 @@ QColor PanelLabel::HintColor() const
     return colorFromBgr(m_fore);
 }
 
+void PanelLabel::setCaption(const QString& caption)
+{
+    setText(caption);
+    fitCaption();
+}
+
+void PanelLabel::setShrinkToFit(double minPoints)
+{
+    m_fitBase = font().pointSizeF();
+    m_fitMin = minPoints;
+    fitCaption();
+}
+
+void PanelLabel::fitCaption()
+{
+    if (m_fitBase <= 0)
+        return;
+    QFont f = font();
+    f.setPointSizeF(m_fitBase);
+    setFont(f);
+    while (!CaptionFits() && f.pointSizeF() - 0.5 >= m_fitMin) {
+        f.setPointSizeF(f.pointSizeF() - 0.5);
+        setFont(f);
+    }
+}
+
 bool PanelLabel::CaptionFits() const
 {
     const QString shown = text().isEmpty() ? HintShown() : text();

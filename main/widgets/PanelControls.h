@@ -32,7 +32,7 @@ public:
     explicit PanelLabel(const QString& caption = QString(), QWidget* parent = nullptr);
 
     QString Caption() const { return text(); }
-    void setCaption(const QString& caption) { setText(caption); }
+    void setCaption(const QString& caption);
     QString ToolTipText() const { return toolTip(); }
     void setToolTipText(const QString& tip) { setToolTip(tip); }
     // Free text kept with the control (the last user observation number).
@@ -66,6 +66,10 @@ public:
     QColor HintColor() const;
     // Whether the caption (or the hint shown) is drawn whole in the label.
     bool CaptionFits() const;
+    // A reading that stands beside an arrow (the selectors'): a caption too
+    // long for the label is drawn a size smaller, down to `minPoints`, rather
+    // than cut; a shorter one gets the designed size back.
+    void setShrinkToFit(double minPoints);
 
     // A label the operator presses (menu and observation entries): it takes
     // the focus by Tab, Space and Enter raise Click as a click does, and
@@ -101,6 +105,9 @@ private:
     bool m_transparent = true;
     bool m_pressed = false;
     QString m_tag;
+    double m_fitBase = 0;  // designed point size of a shrinking caption; 0: fixed
+    double m_fitMin = 0;
+    void fitCaption();
 };
 
 // A frame of the panel: one device, one menu section, the selector. It may

@@ -284,6 +284,26 @@ TEST_F(RelayoutTest, TheShutterCaptionOnTheDrawingFollowsTheShutter)
     EXPECT_EQ(p.ShutterCmd[0]->HintShown(), QStringLiteral("OPEN"));
 }
 
+TEST_F(RelayoutTest, LongNamesBesideTheSelectorArrowsAreDrawnWholeAndShortOnesAtFullSize)
+{
+    MainPanel& p = *panel;
+    const double designed = p.ObjCmd[0]->font().pointSizeF();
+    const struct { PanelLabel* label; usrButton* arrow; const char* text; } cases[] = {
+        {p.ObjCmd[0], p.downObj, "4: UPLSAPO  UPLSAPO 40X"},
+        {p.ObjCmd[0], p.downObj, "5: UPLSAPO  UPLSAPO 60XO"},
+        {p.FilterCmd[0], p.downFilter, "2 : U-FUW wide band"},
+        {p.CONcmd[0], p.downCon, "4 : Phase Contrast Ph1"},
+    };
+    for (const auto& c : cases) {
+        c.label->setCaption(QString::fromLatin1(c.text));
+        EXPECT_TRUE(c.label->CaptionFits()) << c.text;
+        EXPECT_LE(c.label->geometry().right(), c.arrow->geometry().left()) << c.text;
+        EXPECT_GE(c.label->font().pointSizeF(), 8.0) << c.text;
+    }
+    p.ObjCmd[0]->setCaption(QStringLiteral("1: PLN  PLN 4X"));
+    EXPECT_EQ(p.ObjCmd[0]->font().pointSizeF(), designed);
+}
+
 // The lightest colour drawn in a label: its text's, on the dark panel.
 QColor lightestInk(QWidget* w)
 {
