@@ -1,27 +1,44 @@
 #!/bin/sh
 # fuzz/run.sh [SECONDS] [BUILD_DIR]
 # Builds the libFuzzer targets with clang in a build dir of their own, every
-# library instrumented with AddressSanitizer and UndefinedBehaviorSanitizer,
-# and runs each target for SECONDS (default 60). Exits non-zero when a target
-# finds a crash or a sanitizer report; the findings stay in BUILD_DIR/findings.
+# library instrumented with AddressSanitizer and UndefinedBehaviorSanitizer
+# (ZENTOR_SANITIZE), and runs each target for SECONDS (default 60) on its
+# corpus. Exits non-zero when a target finds a crash or a sanitizer report;
+# the findings stay in BUILD_DIR/findings.
+# With ZENTOR_FUZZ_SUITE=1 it first builds everything in that dir and runs
+# the whole test suite there (scripts/test does this: one instrumented build
+# serves the sanitizer run of the suite and the fuzz targets).
 set -eu
 seconds=${1:-60}
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
 build=${2:-$root/build-fuzz}
-jobs=${JOBS:-2}
+jobs=${JOBS:-$(nproc)}
+launcher=""
+if command -v ccache >/dev/null; then launcher="-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"; fi
 
-CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja \
-  -DZENTOR_FUZZ=ON -DZENTOR_BENCH=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_CXX_FLAGS="-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined" \
-  -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined" >"$build.configure.log" 2>&1 ||
+CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja $launcher \
+  -DZENTOR_FUZZ=ON -DZENTOR_SANITIZE=ON -DZENTOR_BENCH=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DCMAKE_CXX_FLAGS="-fsanitize=fuzzer-no-link" >"$build.configure.log" 2>&1 ||
   { cat "$build.configure.log"; exit 1; }
+
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+if [ "${ZENTOR_FUZZ_SUITE:-0}" = 1 ]; then
+  cmake --build "$build" -j "$jobs" >"$build/suite.build.log" 2>&1 ||
+    { echo "sanitizer build failed (see $build/suite.build.log)"; tail -30 "$build/suite.build.log"; exit 1; }
+  # Leaks of the toolkit's own statics at exit are not this program's: the
+  # suite runs without the leak checker, the fuzz targets with it.
+  (cd "$build" && ASAN_OPTIONS=detect_leaks=0 ctest --output-on-failure -j"$jobs" --timeout 600) ||
+    { echo "the test suite failed under AddressSanitizer and UndefinedBehaviorSanitizer"; exit 1; }
+fi
 
 targets=$(cd "$here" && sed -n 's/^ *zentor_add_fuzzer(\([a-z_]*\) .*/\1/p' CMakeLists.txt)
 built=""
 for t in $targets; do
   if cmake --build "$build" --target "$t" -j "$jobs" >"$build/$t.build.log" 2>&1; then
     built="$built $t"
+  elif grep -q "unknown target" "$build/$t.build.log"; then
+    echo "fuzz: $t is not built here (its library is missing)"
   else
     echo "fuzz: $t did not build (see $build/$t.build.log)"
     tail -20 "$build/$t.build.log"
@@ -30,7 +47,6 @@ for t in $targets; do
 done
 
 status=0
-export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export ASAN_OPTIONS=detect_leaks=1
 # The INI writes sync their file; on a memory file system that costs nothing.
 scratch_root=/tmp
@@ -42,7 +58,7 @@ for t in $built; do
   corpus="$build/corpus/$t"
   findings="$build/findings/$t"
   mkdir -p "$corpus" "$findings"
-  # Seed the corpus with the files the program really reads.
+  # Seed the corpus with what the program really reads.
   case $t in
     fuzz_ini_file) cp "$root/core/settings/Camera.ini" "$corpus/seed-camera.ini" ;;
     fuzz_filter_color_file)
@@ -50,17 +66,20 @@ for t in $built; do
       while [ $i -le 249 ]; do
         printf '%d,16777215,16777215,0,0\r\n' $i >>"$corpus/seed-filter-color.txt"; i=$((i + 1))
       done ;;
-    fuzz_profile_file)
-      seed="$corpus/seed-profile.txt"; : >"$seed"
-      for n in 1 2 3 4 5 6; do printf '%d,User%d,%d,1,1,1,0,0,0,0,0,0,0,0,1,1,1,0,0,0\r\n' $n $n $((n + 6)) >>"$seed"; done
-      printf 'Custom Value\r\n' >>"$seed"
-      for k in AS FS ND; do for n in 1 2 3 4 5 6; do printf '%s %d,0,2.5,0,0,0,0,0\r\n' $k $n >>"$seed"; done; done ;;
+    fuzz_stand_description) cp "$root"/stand/descriptions/*.json "$corpus/" ;;
+    fuzz_raw_command)
+      for c in rOPR1 rOPR012 rXPR3 rSPR cGAS1000 cOPS2 rXPR999 cGAS-5; do printf '%s' "$c" >"$corpus/seed-$c"; done ;;
+    fuzz_property_event)
+      for e in AppNosepiecePosition:3 AppZDriveZPosition:12345 AppXYDriveXPosition:-500 AppLampControlVoltage:6.5 \
+               AppObservationMode:9 AppShutterIsOpened:1 AppZoomZoom:2.5 AppNDFilterTransmission:50; do
+        printf '%s' "$e" >"$corpus/seed-$(echo "$e" | tr ':.' '__')"; done ;;
   esac
   bin=$(find "$build" -type f -name "$t" -perm -u+x | head -n 1)
   echo "fuzz: $t for $seconds s"
   if "$bin" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
        -artifact_prefix="$findings/" -print_final_stats=1 "$corpus" >"$build/$t.log" 2>&1; then
-    echo "fuzz: $t: no crash, no sanitizer report ($(grep -o 'stat::number_of_executed_units: *[0-9]*' "$build/$t.log" | grep -o '[0-9]*$') runs)"
+    runs=$(grep -o 'stat::number_of_executed_units: *[0-9]*' "$build/$t.log" | grep -o '[0-9]*$')
+    echo "fuzz: $t: no crash, no sanitizer report ($runs runs, $((runs / seconds)) a second)"
   else
     echo "fuzz: $t FAILED, see $build/$t.log and $findings"
     grep -E 'ERROR|runtime error|SUMMARY' "$build/$t.log" | head -20

@@ -14,6 +14,9 @@ packages=(
   openbox xdotool qt6-base-private-dev
   desktop-file-utils appstream dpkg-dev man-db   # packaging tests: validate the desktop entry and metainfo, build the .deb
   at-spi2-core python3-pyatspi                   # accessibility test: the AT-SPI bus and a client that walks the window
+  xtrace                      # bench_idle counts the idle panel's X requests
+  clang libclang-rt-14-dev ninja-build   # scripts/test: the sanitizer build and the fuzz targets (fuzz/run.sh)
+  libdbus-1-dev               # the service paces floods by its connection's queue (libdbus)
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -8,6 +8,10 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
 #include <QFileInfo>
 #include <QLocale>
 
@@ -65,9 +69,20 @@ void Common_Log(const QString& text) {
     const QString stamp = locale.toString(now.date(), QLocale::ShortFormat) + QLatin1Char(' ') +
                           now.time().toString(QStringLiteral("HH:mm:ss"));
     const QByteArray line = (text + QLatin1Char(',') + stamp).toUtf8() + "\r\n";
-    QFile file(Common_LogPath());
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+    // The trace only grows: each line goes out in one write to the end of the
+    // file, so that a kill leaves every line before it whole.
+    const int fd = ::open(QFile::encodeName(Common_LogPath()).constData(),
+                          O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0)
         throw RunTimeError(RunTimeError::PathNotFound, QStringLiteral("Path not found"));
-    file.write(line);
-    file.close();
+    qsizetype done = 0;
+    while (done < line.size()) {
+        const ssize_t n = ::write(fd, line.constData() + done, static_cast<size_t>(line.size() - done));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        done += n;
+    }
+    ::close(fd);
 }

@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include "core/base/WholeFile.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -45,12 +47,16 @@ bool CameraIni_Prepare(const QString& programFolder) {
     const QString targetFolder = QFileInfo(target).absolutePath();
     if (QDir(targetFolder).entryList(QDir::Files | QDir::Hidden).isEmpty())
         QDir().mkpath(targetFolder);
-    if (source.isEmpty() || !QFile::copy(source, target))
+    if (source.isEmpty())
         return false;
-    // The copy is the operator's own file from now on, even when the delivered
-    // one is read-only.
-    QFile::setPermissions(target, QFile::permissions(target) | QFileDevice::WriteOwner | QFileDevice::ReadOwner);
-    return true;
+    QFile delivered(source);
+    if (!delivered.open(QIODevice::ReadOnly))
+        return false;
+    // Whole or not at all, like every file the program writes: a kill during
+    // the first run leaves no empty Camera.ini that would hide the delivered one.
+    // The copy is the operator's own file from now on: a new file with the
+    // usual mode, writable even when the delivered one is read-only.
+    return WholeFile::write(target, delivered.readAll());
 }
 
 } // namespace SettingsPaths

@@ -35,18 +35,32 @@ bool sameName(const QString& a, const QString& b) {
     return QString::compare(a, b, Qt::CaseInsensitive) == 0;
 }
 
-// One line of the file as it stands: its bytes are data[begin, end), its line
-// end (if any) runs to next.
+bool isBlankByte(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
+
+// One line of the file as it stands, as byte positions only: its bytes are
+// data[begin, end), its line end (if any) runs to next; the name and value
+// lie at [nameBegin, nameEnd) and [valueBegin, valueEnd), blanks dropped.
+// Nothing is copied while the file is scanned: a look-up of one key reads a
+// file of many lines without making a string of each (the blanks and the
+// marks "[", "]", "=" and ";" are ASCII, so they stand where they stand in
+// the text the bytes encode).
 struct Line {
     enum Kind { Other, Comment, Section, Key };
     Kind kind = Other;
-    QString name;        // section or key name, blanks around it dropped
-    QString value;       // key value as read
+    qsizetype nameBegin = 0, nameEnd = 0;
+    qsizetype valueBegin = 0, valueEnd = 0;
     bool hasValue = false;
     qsizetype begin = 0, end = 0, next = 0;
     bool blank = true;
     bool terminated = false; // ends in LF (a CR alone at the end of the file does not end a line)
 };
+
+void trimRange(const QByteArray& d, qsizetype& b, qsizetype& e) {
+    while (b < e && isBlankByte(d[b]))
+        ++b;
+    while (e > b && isBlankByte(d[e - 1]))
+        --e;
+}
 
 QString unquote(const QString& v) {
     if (v.size() > 1) {
@@ -57,8 +71,50 @@ QString unquote(const QString& v) {
     return v;
 }
 
+QString nameOf(const QByteArray& d, const Line& l) {
+    return QString::fromUtf8(d.constData() + l.nameBegin, l.nameEnd - l.nameBegin);
+}
+
+QString valueOf(const QByteArray& d, const Line& l) {
+    return unquote(QString::fromUtf8(d.constData() + l.valueBegin, l.valueEnd - l.valueBegin));
+}
+
+// A name looked for: compared byte by byte while both sides are ASCII, as
+// text (case folded) otherwise.
+struct Needle {
+    QString text;
+    QByteArray utf8;
+    bool ascii = true;
+    explicit Needle(const QString& t) : text(t), utf8(t.toUtf8()) {
+        for (char c : utf8)
+            ascii = ascii && static_cast<unsigned char>(c) < 0x80;
+    }
+};
+
+bool sameName(const QByteArray& d, const Line& l, const Needle& n) {
+    const qsizetype len = l.nameEnd - l.nameBegin;
+    const char* p = d.constData() + l.nameBegin;
+    bool ascii = n.ascii;
+    for (qsizetype i = 0; ascii && i < len; ++i)
+        ascii = static_cast<unsigned char>(p[i]) < 0x80;
+    if (!ascii)
+        return sameName(nameOf(d, l), n.text);
+    if (len != n.utf8.size())
+        return false;
+    return qstrnicmp(p, n.utf8.constData(), static_cast<size_t>(len)) == 0;
+}
+
+// The last "]" of data[b, e), or -1.
+qsizetype lastBracket(const QByteArray& d, qsizetype b, qsizetype e) {
+    for (qsizetype i = e - 1; i >= b; --i)
+        if (d[i] == ']')
+            return i;
+    return -1;
+}
+
 std::vector<Line> scan(const QByteArray& data) {
     std::vector<Line> lines;
+    lines.reserve(static_cast<size_t>(data.count('\n')) + 1);
     qsizetype pos = 0;
     // A UTF-8 byte order mark belongs to no line.
     if (data.startsWith("\xEF\xBB\xBF"))
@@ -80,27 +136,34 @@ std::vector<Line> scan(const QByteArray& data) {
             --line.end;
         pos = line.next;
 
-        const QString text = trimBlanks(QString::fromUtf8(data.constData() + line.begin, line.end - line.begin));
-        line.blank = text.isEmpty();
+        qsizetype b = line.begin, e = line.end;
+        trimRange(data, b, e);
+        line.blank = b == e;
         if (line.blank) {
             line.kind = Line::Other;
-        } else if (text.startsWith(QLatin1Char(';'))) {
+        } else if (data[b] == ';') {
             line.kind = Line::Comment;
-        } else if (text.startsWith(QLatin1Char('[')) && text.lastIndexOf(QLatin1Char(']')) > 0) {
+        } else if (data[b] == '[' && lastBracket(data, b, e) > b) {
             line.kind = Line::Section;
-            line.name = trimBlanks(text.mid(1, text.lastIndexOf(QLatin1Char(']')) - 1));
+            line.nameBegin = b + 1;
+            line.nameEnd = lastBracket(data, b, e);
+            trimRange(data, line.nameBegin, line.nameEnd);
         } else {
             line.kind = Line::Key;
-            const int eq = text.indexOf(QLatin1Char('='));
-            if (eq < 0) {
-                line.name = text;
+            const qsizetype eq = data.indexOf('=', b);
+            line.nameBegin = b;
+            if (eq < 0 || eq >= e) {
+                line.nameEnd = e;
             } else {
-                line.name = trimBlanks(text.left(eq));
-                line.value = unquote(trimBlanks(text.mid(eq + 1)));
+                line.nameEnd = eq;
+                trimRange(data, line.nameBegin, line.nameEnd);
+                line.valueBegin = eq + 1;
+                line.valueEnd = e;
+                trimRange(data, line.valueBegin, line.valueEnd);
                 line.hasValue = true;
             }
         }
-        lines.push_back(std::move(line));
+        lines.push_back(line);
     }
     return lines;
 }
@@ -112,11 +175,11 @@ struct SectionSpan {
     bool found() const { return header >= 0; }
 };
 
-SectionSpan findSection(const std::vector<Line>& lines, const QString& name) {
+SectionSpan findSection(const QByteArray& d, const std::vector<Line>& lines, const Needle& name) {
     SectionSpan s;
     const int count = static_cast<int>(lines.size());
     for (int i = 0; i < count; ++i) {
-        if (lines[i].kind == Line::Section && sameName(lines[i].name, name)) {
+        if (lines[i].kind == Line::Section && sameName(d, lines[i], name)) {
             s.header = i;
             s.bodyEnd = count;
             for (int j = i + 1; j < count; ++j) {
@@ -131,11 +194,11 @@ SectionSpan findSection(const std::vector<Line>& lines, const QString& name) {
     return s;
 }
 
-int findKey(const std::vector<Line>& lines, const SectionSpan& s, const QString& key) {
+int findKey(const QByteArray& d, const std::vector<Line>& lines, const SectionSpan& s, const Needle& key) {
     if (!s.found())
         return -1;
     for (int i = s.header + 1; i < s.bodyEnd; ++i)
-        if (lines[i].kind == Line::Key && sameName(lines[i].name, key))
+        if (lines[i].kind == Line::Key && sameName(d, lines[i], key))
             return i;
     return -1;
 }
@@ -195,13 +258,13 @@ int32_t clsIniEdit::Ini_Write(const QString& SectionName, const QString& KeyName
     if (loadFile(m_filePath, data) == Load::Failed)
         return 0;
     const std::vector<Line> lines = scan(data);
-    const SectionSpan s = findSection(lines, section);
+    const SectionSpan s = findSection(data, lines, Needle(section));
     if (s.found()) {
-        const int k = findKey(lines, s, key);
+        const int k = findKey(data, lines, s, Needle(key));
         if (k >= 0) {
             // The key keeps its spelling; only its line changes.
             const Line& l = lines[k];
-            data.replace(l.begin, l.end - l.begin, (l.name + QLatin1Char('=') + WriteData).toUtf8());
+            data.replace(l.begin, l.end - l.begin, (nameOf(data, l) + QLatin1Char('=') + WriteData).toUtf8());
         } else {
             // A new key goes behind the last line of the section that is not blank.
             int last = s.header;
@@ -229,9 +292,10 @@ QString clsIniEdit::Ini_ReadStr(const QString& SectionName, const QString& KeyNa
     QByteArray data;
     if (!KeyName.isEmpty() && loadFile(m_filePath, data) == Load::Ok) {
         const std::vector<Line> lines = scan(data);
-        const int k = findKey(lines, findSection(lines, trimBlanks(SectionName)), trimBlanks(KeyName));
+        const int k = findKey(data, lines, findSection(data, lines, Needle(trimBlanks(SectionName))),
+                              Needle(trimBlanks(KeyName)));
         if (k >= 0 && lines[k].hasValue)
-            result = lines[k].value;
+            result = valueOf(data, lines[k]);
     }
     result.truncate(kBufferSize - 1);
     return result;
@@ -263,7 +327,7 @@ int32_t clsIniEdit::Ini_Sections(QStringList& SectionBuffer) const {
     if (loadFile(m_filePath, data) == Load::Ok)
         for (const Line& l : scan(data))
             if (l.kind == Line::Section)
-                appendUnique(names, l.name);
+                appendUnique(names, nameOf(data, l));
     return Ini_Split(nulList(names, kBufferSize), SectionBuffer);
 }
 
@@ -272,11 +336,11 @@ int32_t clsIniEdit::Ini_Keys(const QString& SectionName, QStringList& KeyBuffer)
     QByteArray data;
     if (loadFile(m_filePath, data) == Load::Ok) {
         const std::vector<Line> lines = scan(data);
-        const SectionSpan s = findSection(lines, trimBlanks(SectionName));
+        const SectionSpan s = findSection(data, lines, Needle(trimBlanks(SectionName)));
         if (s.found())
             for (int i = s.header + 1; i < s.bodyEnd; ++i)
                 if (lines[i].kind == Line::Key)
-                    appendUnique(names, lines[i].name);
+                    appendUnique(names, nameOf(data, lines[i]));
     }
     return Ini_Split(nulList(names, kBufferSize), KeyBuffer);
 }
@@ -289,7 +353,7 @@ int32_t clsIniEdit::Ini_DelSection(const QString& SectionName) {
     if (load == Load::Missing)
         return m_filePath.isEmpty() ? 0 : 1;
     const std::vector<Line> lines = scan(data);
-    const SectionSpan s = findSection(lines, trimBlanks(SectionName));
+    const SectionSpan s = findSection(data, lines, Needle(trimBlanks(SectionName)));
     if (!s.found())
         return 1;
     const qsizetype from = lines[s.header].begin;
@@ -308,7 +372,8 @@ int32_t clsIniEdit::Ini_DelKey(const QString& SectionName, const QString& KeyNam
     if (load == Load::Missing)
         return m_filePath.isEmpty() ? 0 : 1;
     const std::vector<Line> lines = scan(data);
-    const int k = findKey(lines, findSection(lines, trimBlanks(SectionName)), trimBlanks(KeyName));
+    const int k = findKey(data, lines, findSection(data, lines, Needle(trimBlanks(SectionName))),
+                          Needle(trimBlanks(KeyName)));
     if (k < 0)
         return 1;
     data.remove(lines[k].begin, lines[k].next - lines[k].begin);

@@ -179,8 +179,12 @@ void frmMain::Form_Load() {
         if (SelectedMic == NeedsDialog)
             SelectedMic = m_selScope->choose();
 
-        if (!mMutex.Mutex_Open(QString::number(SelectedMic)))
+        if (!mMutex.Mutex_Open(QString::number(SelectedMic))) {
+            // A lock of someone else's is refused: say why before the refusal.
+            if (!mMutex.refusal().isEmpty())
+                MsgBox::show(mMutex.refusal(), MsgBox::OKOnly, MsgBox::Exclamation);
             SelectedMic = -2;
+        }
 
         m_subclassed = true;
 

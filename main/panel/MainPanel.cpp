@@ -814,12 +814,14 @@ bool MainPanel::eventFilter(QObject* watched, QEvent* event)
         if (inColumn)
             relayoutFrames();
     }
-    // The hints beside the drawing follow it: whenever it is drawn anew, the
-    // labels that show its states are asked to paint again.
+    // The hints beside the drawing follow it: whenever it is drawn anew, a
+    // label whose hint now reads differently paints again. Only a changed
+    // hint may ask for a paint: the labels lie over the drawing, so an
+    // unconditional repaint here would draw the drawing again, and so on
+    // for ever.
     if (event->type() == QEvent::Paint && watched == usrMainPath) {
         for (PanelLabel* l : {AnaCmd[0], ShutterCmd[0], LampCmd[0], LampCmd[1]})
-            if (l->text().isEmpty())
-                l->update();
+            l->refreshHint();
     }
     // Hover of the menu entries and of the control pad: a colour change only.
     if (event->type() == QEvent::Enter || event->type() == QEvent::Leave) {

@@ -89,6 +89,12 @@ QString PanelLabel::HintShown() const
     return m_hint();
 }
 
+void PanelLabel::refreshHint()
+{
+    if (HintShown() != m_hintPainted)
+        update();
+}
+
 QColor PanelLabel::HintColor() const
 {
     // The hint is a live state (the drawing shows it): drawn in the label's
@@ -163,6 +169,7 @@ void PanelLabel::paintEvent(QPaintEvent* e)
         zentor::look::drawFocus(p, QRectF(rect()));
     }
     const QString hint = HintShown();
+    m_hintPainted = hint;
     if (hint.isEmpty())
         return;
     QPainter p(this);

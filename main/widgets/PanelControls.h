@@ -59,6 +59,9 @@ public:
     void setHint(std::function<QString()> source);
     // The hint that is drawn now: empty while the caption holds text.
     QString HintShown() const;
+    // Paints again only when the hint to show differs from the one drawn
+    // last, so that asking costs nothing while the state stands still.
+    void refreshHint();
     // The colour the hint is drawn in: the label's own, as a value's.
     QColor HintColor() const;
     // Whether the caption (or the hint shown) is drawn whole in the label.
@@ -94,6 +97,7 @@ protected:
 private:
     void applyColours();
     std::function<QString()> m_hint;
+    QString m_hintPainted;
     bool m_activatable = false;
     QString m_accessiblePrefix;
     int32_t m_back = 0x5C342C;

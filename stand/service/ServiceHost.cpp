@@ -6,8 +6,12 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QDBusServiceWatcher>
+#include <QElapsedTimer>
 #include <QMetaType>
 #include <QTimer>
+
+#include <dbus/dbus.h>
 
 namespace {
 
@@ -120,6 +124,14 @@ QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& val
 
 using InterfaceList = QVector<QPair<QString, const QVector<Method>*>>;
 
+// Bytes of messages this process has handed to its bus connection that the
+// bus has not taken yet.
+long outgoingBytes(const QDBusConnection& bus)
+{
+    auto* connection = static_cast<DBusConnection*>(bus.internalPointer());
+    return connection ? dbus_connection_get_outgoing_size(connection) : 0;
+}
+
 } // namespace
 
 // --- one microscope ----------------------------------------------------------------
@@ -130,9 +142,11 @@ public:
 
     QString introspect(const QString&) const override
     {
-        return ZentorBus::interfaceXml(ZentorBus::DeviceInterface,
-                                       ZentorBus::deviceServiceMethods() + ZentorBus::deviceMethods(), true) +
-               ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::controlMethods(), false);
+        QString xml = ZentorBus::interfaceXml(ZentorBus::DeviceInterface,
+                                              ZentorBus::deviceServiceMethods() + ZentorBus::deviceMethods(), true);
+        if (m_host->faultInjection())
+            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::controlMethods(), false);
+        return xml;
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
@@ -145,6 +159,13 @@ public:
         const Found f = lookUp(msg, interfaces);
         if (!f.method)
             return false;   // introspection and peer calls; anything else is unknown
+        if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
+            bus.send(msg.createErrorReply(
+                QDBusError::UnknownInterface,
+                QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
+                    .arg(ZentorBus::ControlInterface)));
+            return true;
+        }
         const Method& m = *f.method;
         if (msg.signature() != m.in) {
             bus.send(invalidArgs(msg, m));
@@ -227,6 +248,17 @@ private:
     {
         const QVariantList a = msg.arguments();
         StandControl& c = stand.control();
+        if (m.name == QLatin1String("SetSpeedFactor")) {
+            const double f = a[0].toDouble();
+            if (!(f == 0 || (f >= ServiceHost::kMinSpeedFactor && f <= ServiceHost::kMaxSpeedFactor))) {
+                bus.send(msg.createErrorReply(QDBusError::InvalidArgs,
+                                              QStringLiteral("SetSpeedFactor: %1 is out of bounds; give 0 (instant) "
+                                                             "or a factor from %2 to %3")
+                                                  .arg(f).arg(ServiceHost::kMinSpeedFactor)
+                                                  .arg(ServiceHost::kMaxSpeedFactor)));
+                return;
+            }
+        }
         try {
             if (m.name == QLatin1String("KillUnit"))
                 c.killUnit(static_cast<int16_t>(a[0].toInt()));
@@ -239,7 +271,7 @@ private:
             else if (m.name == QLatin1String("SetSpeedFactor"))
                 c.setSpeedFactor(a[0].toDouble());
             else if (m.name == QLatin1String("EmitEvents")) {
-                emitEvents(&stand, a[0].toString(), a[1].toInt(), msg, bus);
+                emitEvents(m_host, &stand, a[0].toString(), a[1].toInt(), msg, bus);
                 return;
             }
         } catch (const RunTimeError& e) {
@@ -250,12 +282,27 @@ private:
     }
 
     // Sends the events in slices, returning to the event loop between them so
-    // that other clients are still served; answers when all are out.
-    static void emitEvents(SimulatedStand* stand, const QString& text, int count, const QDBusMessage& msg,
-                           const QDBusConnection& bus)
+    // that other clients are still served; answers when all are out. Bounded:
+    // the text's length, the count, the floods at once and the time one runs;
+    // a flood whose caller has left the bus stops.
+    static void emitEvents(ServiceHost* host, SimulatedStand* stand, const QString& text, int count,
+                           const QDBusMessage& msg, const QDBusConnection& bus)
     {
-        if (count < 0) {
-            bus.send(msg.createErrorReply(QDBusError::InvalidArgs, QStringLiteral("EmitEvents: negative count")));
+        const auto refuse = [&](const QString& why) {
+            bus.send(msg.createErrorReply(QDBusError::InvalidArgs, QStringLiteral("EmitEvents: ") + why));
+        };
+        if (count < 0)
+            return refuse(QStringLiteral("negative count"));
+        if (count > ServiceHost::kMaxEventCount)
+            return refuse(QStringLiteral("a count of %1 is beyond the bound of %2 events")
+                              .arg(count).arg(ServiceHost::kMaxEventCount));
+        if (text.size() > ServiceHost::kMaxEventText)
+            return refuse(QStringLiteral("a text of %1 characters is beyond the bound of %2")
+                              .arg(text.size()).arg(ServiceHost::kMaxEventText));
+        if (s_floods >= ServiceHost::kMaxFloods) {
+            bus.send(msg.createErrorReply(QDBusError::LimitsExceeded,
+                                          QStringLiteral("EmitEvents: %1 floods are running already; try again "
+                                                         "when one has ended").arg(s_floods)));
             return;
         }
         struct Job {
@@ -264,26 +311,73 @@ private:
             int left;
             QDBusMessage request;
             QDBusConnection bus;
+            ServiceHost* host;
+            QElapsedTimer running;
+            bool callerLeft = false;
+            std::unique_ptr<QDBusServiceWatcher> caller;
         };
-        auto job = std::make_shared<Job>(Job{stand, text, count, msg, bus});
+        auto job = std::make_shared<Job>(Job{stand, text, count, msg, bus, host, {}, false, nullptr});
+        job->running.start();
+        ++s_floods;
+        if (!msg.service().isEmpty()) {
+            job->caller = std::make_unique<QDBusServiceWatcher>(msg.service(), bus,
+                                                                QDBusServiceWatcher::WatchForUnregistration);
+            std::weak_ptr<Job> weak = job;
+            QObject::connect(job->caller.get(), &QDBusServiceWatcher::serviceUnregistered, [weak](const QString&) {
+                if (auto j = weak.lock())
+                    j->callerLeft = true;
+            });
+            // A caller that left before the watch was in place is caught here.
+            if (QDBusConnectionInterface* names = job->bus.interface())
+                job->callerLeft = !names->isServiceRegistered(msg.service()).value();
+        }
         auto step = std::make_shared<std::function<void()>>();
         *step = [job, step]() {
-            for (int i = 0; i < 256 && job->left > 0 && job->stand; ++i, --job->left)
-                emit job->stand->propertyChanged(job->text);
-            if (job->left > 0 && job->stand) {
-                QTimer::singleShot(0, job->stand, *step);
-            } else {
-                job->bus.send(job->request.createReply());
-                *step = nullptr;   // breaks the cycle of the shared pointers
+            bool out = job->left == 0 || !job->stand;
+            if (!out && job->callerLeft) {
+                job->host->log()(QStringLiteral("EmitEvents stopped: %1 left the bus with %2 events unsent")
+                                     .arg(job->request.service()).arg(job->left));
+                out = true;
+            } else if (!out && job->running.elapsed() > ServiceHost::kMaxFloodSeconds * 1000LL) {
+                job->host->log()(QStringLiteral("EmitEvents of %1 stopped after %2 s with %3 events unsent")
+                                     .arg(job->request.service()).arg(ServiceHost::kMaxFloodSeconds).arg(job->left));
+                job->bus.send(job->request.createErrorReply(
+                    QDBusError::LimitsExceeded, QStringLiteral("EmitEvents: stopped after %1 s with %2 events unsent")
+                                                    .arg(ServiceHost::kMaxFloodSeconds).arg(job->left)));
+                job->left = -1;
+                out = true;
             }
+            if (out) {
+                if (job->left >= 0 && !job->callerLeft)
+                    job->bus.send(job->request.createReply());
+                --s_floods;
+                job->caller.reset();
+                *step = nullptr;   // breaks the cycle of the shared pointers
+                return;
+            }
+            // Paced by the bus: while the messages this process has queued for
+            // the bus exceed the bound, the flood waits, so that it neither
+            // grows this process nor makes replies to other clients queue
+            // behind it.
+            if (outgoingBytes(job->bus) > ServiceHost::kMaxOutgoingBytes) {
+                QTimer::singleShot(1, job->stand, *step);
+                return;
+            }
+            for (int i = 0; i < 256 && job->left > 0; ++i, --job->left)
+                emit job->stand->propertyChanged(job->text);
+            QTimer::singleShot(0, job->stand, *step);
         };
         (*step)();
     }
+
+    static int s_floods;
 
     ServiceHost* m_host;
     int m_index;
     SimulatedStand* m_wired = nullptr;
 };
+
+int MicroscopeObject::s_floods = 0;
 
 // --- the list of microscopes --------------------------------------------------------
 

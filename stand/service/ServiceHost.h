@@ -38,9 +38,25 @@ public:
     SimulatedService* service() const { return m_service; }
     const Log& log() const { return m_log; }
 
+    // The fault-injection interface (org.zentor.StandControl) is for tests
+    // only: it is offered only after this was called (--enable-fault-injection).
+    void enableFaultInjection() { m_faultInjection = true; }
+    bool faultInjection() const { return m_faultInjection; }
+
+    // Bounds of every fault-injection request; beyond them it is refused.
+    static constexpr int kMaxEventText = 4096;       // characters of one EmitEvents text
+    static constexpr int kMaxEventCount = 1000000;   // events of one EmitEvents call
+    static constexpr int kMaxFloodSeconds = 60;      // an EmitEvents call stops after this
+    static constexpr int kMaxFloods = 4;             // EmitEvents calls running at once
+    static constexpr double kMinSpeedFactor = 0.01;  // slower would hold a move for days
+    static constexpr double kMaxSpeedFactor = 1000;
+    // Messages queued for the bus beyond which a flood waits.
+    static constexpr long kMaxOutgoingBytes = 256 * 1024;
+
 private:
     QDBusConnection m_bus;
     SimulatedService* m_service;
     Log m_log;
+    bool m_faultInjection = false;
     std::vector<std::unique_ptr<QDBusVirtualObject>> m_objects;
 };

@@ -176,12 +176,18 @@ int main(int argc, char* argv[])
                                           QStringLiteral("Serve the fiber illuminator under <name> instead of %1.")
                                               .arg(ZentorBus::FiberService),
                                           QStringLiteral("name"));
+    const QCommandLineOption faultOpt(QStringLiteral("enable-fault-injection"),
+                                      QStringLiteral("Offer the fault-injection interface %1 (killing units, "
+                                                     "stalling motors, event floods): for tests and benchmarks "
+                                                     "only; without it the interface is not there.")
+                                          .arg(ZentorBus::ControlInterface));
     const QCommandLineOption stateOpt(QStringLiteral("state-file"),
                                       QStringLiteral("Keep the stands' user observation methods (7 to 12) in <file>, "
                                                      "so that they survive a restart (default %1).")
                                           .arg(StandMemory::defaultPath()),
                                       QStringLiteral("file"));
-    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt, stateOpt});
+    parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt,
+                       stateOpt, faultOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -239,6 +245,10 @@ int main(int argc, char* argv[])
         return fail(QStringLiteral("no D-Bus session bus: %1").arg(bus.lastError().message()));
 
     ServiceHost host(bus, service.get(), say);
+    if (parser.isSet(faultOpt)) {
+        host.enableFaultInjection();
+        say(QStringLiteral("fault injection enabled (%1)").arg(ZentorBus::ControlInterface));
+    }
     if (config.microscopes) {
         if (!host.serveMicroscopes(microscopeName, error))
             return fail(error + QStringLiteral(" (is another zentor-service running?)"));

@@ -32,7 +32,8 @@ bool ServiceProcess::start(const QStringList& arguments, const QString& waitFor)
     // The service's log goes to the test's own output.
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.setProgram(executable());
-    m_process.setArguments(arguments);
+    m_process.setArguments(m_faultInjection ? arguments + QStringList{QStringLiteral("--enable-fault-injection")}
+                                            : arguments);
     m_process.start();
     if (!m_process.waitForStarted(10000)) {
         m_error = QStringLiteral("cannot start %1: %2").arg(executable(), m_process.errorString());

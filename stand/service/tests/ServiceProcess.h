@@ -12,6 +12,9 @@ public:
     ServiceProcess(const ServiceProcess&) = delete;
     ServiceProcess& operator=(const ServiceProcess&) = delete;
 
+    // Tests drive faults through the service's fault-injection interface, so
+    // it is started with --enable-fault-injection unless this was cleared.
+    void setFaultInjection(bool on) { m_faultInjection = on; }
     // Starts the service with these arguments and waits until it owns
     // `waitFor` on the session bus. False (see error()) when it did not.
     bool start(const QStringList& arguments, const QString& waitFor = QStringLiteral("org.zentor.Microscope"));
@@ -32,4 +35,5 @@ private:
     QProcess m_process;
     QString m_unique;
     QString m_error;
+    bool m_faultInjection = true;
 };

@@ -20,6 +20,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -482,4 +483,75 @@ TEST(ServiceStart, ItLogsWhatItServes)
     EXPECT_TRUE(err.contains(QStringLiteral("microscope 0"))) << err.toStdString();
     EXPECT_TRUE(err.contains(QStringLiteral("serving org.zentor.Fiber"))) << err.toStdString();
     ServiceProcess::waitForName(ZentorBus::MicroscopeService, false);
+}
+
+TEST_F(ServiceTest, WithoutTheOptionTheFaultInterfaceIsNotThere)
+{
+    service.setFaultInjection(false);
+    startService();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusMessage m = QDBusMessage::createMethodCall(ZentorBus::MicroscopeService, ZentorBus::devicePath(0),
+                                                    ZentorBus::ControlInterface, QStringLiteral("KillUnit"));
+    m << QVariant::fromValue<short>(1);
+    const QDBusMessage r = bus.call(m);
+    EXPECT_EQ(r.errorName(), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    EXPECT_TRUE(r.errorMessage().contains(QStringLiteral("--enable-fault-injection"))) << r.errorMessage().toStdString();
+    QDBusMessage intro = QDBusMessage::createMethodCall(ZentorBus::MicroscopeService, ZentorBus::devicePath(0),
+                                                        QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                                        QStringLiteral("Introspect"));
+    EXPECT_FALSE(bus.call(intro).arguments().value(0).toString().contains(ZentorBus::ControlInterface));
+    DBusMicroscopeService s;
+    s.Connect(0);
+    EXPECT_EQ(s.DeviceStatus(UnitIndex::Q7s), 1);   // the unit was not killed
+}
+
+TEST_F(ServiceTest, FaultRequestsBeyondTheirBoundsAreRefused)
+{
+    startService();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    auto call = [&](const QString& member, const QVariantList& args) {
+        QDBusMessage m = QDBusMessage::createMethodCall(ZentorBus::MicroscopeService, ZentorBus::devicePath(0),
+                                                        ZentorBus::ControlInterface, member);
+        m.setArguments(args);
+        return bus.call(m, QDBus::Block, 20000);
+    };
+    const QString invalid = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
+    QDBusMessage r = call(QStringLiteral("EmitEvents"), {QString(1 << 20, QLatin1Char('x')), QVariant(2000)});
+    EXPECT_EQ(r.errorName(), invalid);
+    EXPECT_TRUE(r.errorMessage().contains(QStringLiteral("beyond the bound"))) << r.errorMessage().toStdString();
+    r = call(QStringLiteral("EmitEvents"), {QStringLiteral("x"), QVariant(2147483647)});
+    EXPECT_EQ(r.errorName(), invalid);
+    r = call(QStringLiteral("SetSpeedFactor"), {QVariant(1e-9)});
+    EXPECT_EQ(r.errorName(), invalid);
+    r = call(QStringLiteral("SetSpeedFactor"), {QVariant(std::nan(""))});
+    EXPECT_EQ(r.errorName(), invalid);
+    // Within the bounds, the same requests are served.
+    EXPECT_EQ(call(QStringLiteral("EmitEvents"), {QStringLiteral("AppTest:1"), QVariant(10)}).type(),
+              QDBusMessage::ReplyMessage);
+    EXPECT_EQ(call(QStringLiteral("SetSpeedFactor"), {QVariant(20.0)}).type(), QDBusMessage::ReplyMessage);
+}
+
+TEST_F(ServiceTest, AFloodStopsWhenItsCallerLeavesTheBus)
+{
+    startService({QStringLiteral("--speed"), QStringLiteral("0")});
+    // A caller that asks for the largest flood and hangs up at once.
+    QProcess caller;
+    caller.start(QStringLiteral("dbus-send"),
+                 {QStringLiteral("--session"), QStringLiteral("--type=method_call"),
+                  QStringLiteral("--dest=org.zentor.Microscope"), ZentorBus::devicePath(0),
+                  QStringLiteral("org.zentor.StandControl.EmitEvents"), QStringLiteral("string:AppFlood:1"),
+                  QStringLiteral("int32:%1").arg(1000000)});
+    ASSERT_TRUE(caller.waitForFinished(10000));
+    DBusMicroscopeService s;
+    s.Connect(0);
+    EventLog log;
+    log.attach(s);
+    // The flood ends long before a million events: the count seen levels off.
+    int last = -1;
+    for (int i = 0; i < 50 && log.events.size() != last; ++i) {
+        last = static_cast<int>(log.events.size());
+        waitUntil([] { return false; }, 200);
+    }
+    EXPECT_LT(log.events.size(), 100000) << "the flood went on without its caller";
+    EXPECT_EQ(s.DeviceStatus(UnitIndex::Q7s), 1);
 }

@@ -1,0 +1,108 @@
+// A connected main window with no device changing does nothing: no paint, no
+// relayout and no timer of the window or any of its widgets, in both looks.
+// Counted with an application-wide event filter over a second of quiet; the
+// counts are asserted, never a time.
+#include "MainWindowTestSupport.h"
+#include "main/widgets/usrPath_M.h"
+
+#include <QEvent>
+#include <QSet>
+#include <QWidget>
+#include <gtest/gtest.h>
+
+namespace {
+
+// Counts the events of the window and of every widget inside it that mean
+// work: a paint, a relayout, a timer firing.
+class WorkCounter : public QObject {
+public:
+    explicit WorkCounter(QWidget* window) : m_window(window) { qApp->installEventFilter(this); }
+    ~WorkCounter() override { qApp->removeEventFilter(this); }
+    int paints = 0;
+    int relayouts = 0;
+    int timers = 0;
+    QStringList painted;
+    QSet<QObject*> paintedObjects;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        auto* w = qobject_cast<QWidget*>(watched);
+        const bool ours = w ? (w == m_window || m_window->isAncestorOf(w))
+                            : (watched == m_window || isInside(watched));
+        if (!ours)
+            return false;
+        switch (event->type()) {
+        case QEvent::Paint:
+            ++paints;
+            paintedObjects.insert(watched);
+            if (painted.size() < 10)
+                painted << QString::fromLatin1(watched->metaObject()->className()) + QLatin1Char(' ') +
+                               watched->objectName();
+            break;
+        case QEvent::LayoutRequest:
+            ++relayouts;
+            break;
+        case QEvent::Timer:
+            ++timers;
+            break;
+        default:
+            break;
+        }
+        return false;
+    }
+
+private:
+    bool isInside(QObject* o) const
+    {
+        for (QObject* p = o ? o->parent() : nullptr; p; p = p->parent())
+            if (p == m_window)
+                return true;
+        return false;
+    }
+    QWidget* m_window;
+};
+
+// Lets the window settle after a change, then counts what it does during a
+// second in which nothing changes.
+void expectNothingDoneAtRest(frmMain* w, const char* look)
+{
+    pump(500);
+    WorkCounter counter(w);
+    pump(1000);
+    EXPECT_EQ(counter.paints, 0) << look << ": painted " << counter.painted.join(QStringLiteral(", ")).toStdString();
+    EXPECT_EQ(counter.relayouts, 0) << look;
+    EXPECT_EQ(counter.timers, 0) << look;
+}
+
+} // namespace
+
+TEST(AtRest, AConnectedWindowPaintsNothingWhileNoDeviceChanges)
+{
+    MsgBox::Recorder rec;
+    MainRun run({standFile("full-system.json")});
+    frmMain* w = run.start({QStringLiteral("/SIM")});
+    ASSERT_TRUE(mainState().MicConnected);
+    ASSERT_TRUE(w->isVisible());
+    expectNothingDoneAtRest(w, "large look");
+
+    run.ui()->btnGUIClose_Released();
+    expectNothingDoneAtRest(w, "compact look");
+
+    // A change is still drawn, and the hint beside the drawing follows it:
+    // the rest above is not a window that never paints.
+    run.ui()->btnGUIOpen_Released();
+    pump(200);
+    WorkCounter counter(w);
+    const bool open = run.ui()->usrMainPath->ShutterOpen();
+    if (open)
+        run.ui()->usrMainPath->ShowShutterClose();
+    else
+        run.ui()->usrMainPath->ShowShutterOpen();
+    pump(200);
+    EXPECT_TRUE(counter.paintedObjects.contains(run.ui()->usrMainPath));
+    EXPECT_TRUE(counter.paintedObjects.contains(run.ui()->ShutterCmd[0]));
+    EXPECT_EQ(run.ui()->ShutterCmd[0]->HintShown(), open ? QStringLiteral("CLOSE") : QStringLiteral("OPEN"));
+    // ... and the window is at rest again afterwards.
+    expectNothingDoneAtRest(w, "after a change");
+}
