@@ -151,10 +151,10 @@ void SubPanel::unload()
     // it is still on the stack.
     QTimer::singleShot(0, qApp, [name = m_formName, opener] {
         FormRegistry::unload(name);
-        if (opener && opener->isVisible() && opener->isEnabled()) {
-            opener->window()->activateWindow();
+        // Only the focus within the main window is set: asking the window
+        // system to activate it here races the panel's own window going.
+        if (opener && opener->isVisible() && opener->isEnabled())
             opener->setFocus(Qt::OtherFocusReason);
-        }
     });
 }
 
