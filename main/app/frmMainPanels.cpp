@@ -53,13 +53,16 @@ void frmMain::attachDevicePanels() {
     joystick->setObjectName(QStringLiteral("joystick"));
     ui->frmControlPad->setEnabled(joystick->present());
     connect(joystick, &JoystickControl::presenceChanged, ui->frmControlPad, &QWidget::setEnabled);
-    // The Setting menu opens the focus panel in its two setting modes.
+    // The Setting menu opens the focus panel in its two setting modes and
+    // the stage panel in its one.
     connect(ui, &MainPanel::SetupClicked, this, [](int16_t entry) {
         if (entry == 2)
             openMotionPanel(QStringLiteral("frmSubZ"), QStringLiteral("UpperLimit Setting"), -1);
         else if (entry == 3)
             openMotionPanel(QStringLiteral("frmSubZ"), QStringLiteral("Focus Setting"), -1);
     });
+    connect(ui, &MainPanel::XYSettingClicked, this,
+            [] { openMotionPanel(QStringLiteral("frmSubStage"), QStringLiteral("XY Setting"), -1); });
 
     using SubPanels::OpensOn;
     struct Twin {

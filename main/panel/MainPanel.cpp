@@ -357,16 +357,17 @@ void MainPanel::buildMenu()
         l->setFrameShape(QFrame::NoFrame);
     }
 
-    // Setting: the set-up tool, the control pad and two stand settings.
+    // Setting: the set-up tool, the control pad and three stand settings.
     frmSetting = section(QStringLiteral("Setting"), &downSetting);
     static const char* const setupNames[4] = {" Setup", " Control Pad          Setup",
                                               " Z Upper Limit", " Focus Setting"};
     for (int i = 0; i < 4; ++i)
         btnSetup[i] = entry(frmSetting, QString::fromLatin1(setupNames[i]), i);
+    btnSetupXY = entry(frmSetting, QStringLiteral(" XY Setting"), 4);
     frmControlPad = new PanelFrame(frmSetting, QStringLiteral("Control Pad"));
     frmControlPad->setBackColor(kBack);
     frmControlPad->setBorderColor(kFrameEdge);
-    twips::place(frmControlPad, 60, kRowTop + 4 * kRow + 60, secW - 120, 300 + 2 * kRow + 80);
+    twips::place(frmControlPad, 60, kRowTop + 5 * kRow + 60, secW - 120, 300 + 2 * kRow + 80);
     static const char* const ledNames[3] = {" Off", " Dark", " Bright"};
     const int ledW = (secW - 300) / 3;
     for (int i = 0; i < 3; ++i) {
@@ -756,6 +757,7 @@ void MainPanel::wire()
             layoutMenu();
         });
     }
+    connect(btnSetupXY, &PanelLabel::Click, this, [this] { emit XYSettingClicked(); });
     for (int i = 0; i < 3; ++i) {
         const int16_t idx = int16_t(i);
         connect(btnLED[i], &PanelLabel::Click, this, [this, idx] { btnLED_Click(idx); });
@@ -826,7 +828,7 @@ bool MainPanel::eventFilter(QObject* watched, QEvent* event)
     // Hover of the menu entries and of the control pad: a colour change only.
     if (event->type() == QEvent::Enter || event->type() == QEvent::Leave) {
         const bool in = event->type() == QEvent::Enter;
-        for (PanelLabel* l : {btnSetup[0], btnSetup[1], btnSetup[2], btnSetup[3], btnInfo[0],
+        for (PanelLabel* l : {btnSetup[0], btnSetup[1], btnSetup[2], btnSetup[3], btnSetupXY, btnInfo[0],
                               btnInfo[1], btnInfo[2], btnInfo[3]}) {
             if (watched == l && l->isEnabled()) {
                 l->setForeColor(in ? kHoverText : kText);
@@ -899,6 +901,8 @@ void MainPanel::btnmenu_Click(int16_t Index)
         btnSetup[0]->setEnabled(true);
         for (int i = 1; i < 4; ++i)
             btnSetup[i]->setEnabled(rule);
+        // The stage's setting mode needs a motorised stage as well.
+        btnSetupXY->setEnabled(rule && st.mXY.SETUP() != 0);
         if (!rule)
             frmControlPad->hide();
         frmSetting->show();

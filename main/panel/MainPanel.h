@@ -97,6 +97,9 @@ public:
     PanelFrame* frmSetting = nullptr;
     usrButton* downSetting = nullptr;
     PanelLabel* btnSetup[4] = {};  // 0 set-up tool, 1 control pad, 2 Z upper limit, 3 focus setting
+    // " XY Setting": the stage panel in its setting mode (a position per
+    // objective); the stand's firmware rule and a motorised stage enable it.
+    PanelLabel* btnSetupXY = nullptr;
     PanelFrame* frmControlPad = nullptr;
     PanelLabel* btnLED[3] = {};    // " Off", " Dark", " Bright"
     PanelLabel* btnEnable = nullptr;
@@ -298,6 +301,7 @@ public:
 signals:
     // Entries whose action belongs to the window (tools, panels).
     void SetupClicked(int16_t Index);
+    void XYSettingClicked();
     void InfoClicked(int16_t Index);
     // The operator changed the split of the menu column.
     void MenuSplitChanged(int twipsHeight);

@@ -84,9 +84,10 @@ void MainPanel::setUpKeyboardAndNames()
             openWithFocus();
         });
     }
-    for (PanelLabel* l : {btnSetup[0], btnSetup[1], btnSetup[2], btnSetup[3], btnInfo[0], btnInfo[1], btnInfo[2],
-                          btnInfo[3], btnLED[0], btnLED[1], btnLED[2], btnEnable})
+    for (PanelLabel* l : {btnSetup[0], btnSetup[1], btnSetup[2], btnSetup[3], btnSetupXY, btnInfo[0], btnInfo[1],
+                          btnInfo[2], btnInfo[3], btnLED[0], btnLED[1], btnLED[2], btnEnable})
         l->setActivatable(true);
+    btnSetupXY->setAccessibleDescription(QStringLiteral("Opens the stage panel to remember a stage position per objective"));
     for (PanelLabel* l : {btnLED[0], btnLED[1], btnLED[2], btnEnable})
         l->setAccessiblePrefix(QStringLiteral("Control pad"));
     for (int i = 1; i <= 7; ++i) {
@@ -184,7 +185,7 @@ void MainPanel::setUpKeyboardAndNames()
     chainTabOrder({labmenu[1], labmenu[2], labmenu[3], labmenu[4], labmenu[5],
                    downConnect, tabConnect, downMicSel, lstMic, btnOpen, btnClose, btnStatusRead,
                    lstFiber, btnFiberOpen, btnFiberClose, btnFiberRStatus,
-                   downSetting, btnSetup[0], btnSetup[1], btnSetup[2], btnSetup[3],
+                   downSetting, btnSetup[0], btnSetup[1], btnSetup[2], btnSetup[3], btnSetupXY,
                    btnLED[0], btnLED[1], btnLED[2], btnEnable,
                    downInfo, btnInfo[0], btnInfo[1], btnInfo[2], btnInfo[3],
                    labObserve[1], labObserve[2], labObserve[3], labObserve[4], labObserve[5],
