@@ -4,6 +4,7 @@
 #include "state/FormRegistry.h"
 #include "state/MsgBox.h"
 #include "state/UiHelpers.h"
+#include "core/base/BlockingWait.h"
 #include "core/base/RunTimeError.h"
 #include "core/base/VbConvert.h"
 #include "main/widgets/Units.h"
@@ -14,6 +15,7 @@
 #include <QCloseEvent>
 #include <QPointer>
 #include <QTimer>
+#include <optional>
 
 using zentor::pixelsToTwips;
 using zentor::twipsToPixels;
@@ -104,6 +106,9 @@ void SubPanel::whileBusy(QWidget* busy, const std::function<void()>& call)
             Common_Flush();
         }
     } restore{guard};
+    std::optional<blockingWait::EscapeWay> way;
+    if (m_escape)
+        way.emplace(std::vector<QObject*>{m_escape.data()});
     call();
 }
 

@@ -13,6 +13,7 @@
 // panel's fixed message text with the state left as it was.
 #include "state/MainState.h"
 
+#include <QPointer>
 #include <QString>
 #include <QWidget>
 #include <functional>
@@ -72,7 +73,11 @@ protected:
     // A device command that may block for the motor's whole move: the
     // pointer shows the hourglass, `busy` is disabled meanwhile, and the
     // clicks and keys given during the move are dropped afterwards.
+    // While its move runs, the input meant for `escape` still reaches it, so
+    // that the operator can stop the drive mid-move; every other input given
+    // meanwhile is dropped.
     void whileBusy(QWidget* busy, const std::function<void()>& call);
+    void setEscapeControl(QWidget* escape) { m_escape = escape; }
 
     // The panel's own event object: the service's events reach
     // micEvent_OnPropertyChanged while the panel is loaded.
@@ -98,4 +103,5 @@ private:
     bool m_unloading = false;
     bool m_inDialog = false;
     bool m_keepsPlace = true;
+    QPointer<QWidget> m_escape;
 };

@@ -1,5 +1,7 @@
 #include "stand/SimulatedMicroscope.h"
 
+#include "core/base/BlockingWait.h"
+
 #include <QEventLoop>
 #include <QTimer>
 #include <memory>
@@ -91,7 +93,7 @@ QVariant SimulatedMicroscope::call(const char* member, const QVariantList& args)
         QObject::connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
         limit.start(kCallWaitMs);
         wait->loop = &loop;
-        loop.exec(QEventLoop::ExcludeUserInputEvents);
+        blockingWait::run(loop);
         wait->loop = nullptr;
         if (!wait->finished)
             throw RunTimeError(RunTimeError::ServiceTimeOut,

@@ -1,5 +1,6 @@
 #include "motion/panels/MotionPanelParts.h"
 
+#include "core/base/BlockingWait.h"
 #include "core/base/RunTimeError.h"
 #include "core/base/VbConvert.h"
 #include "main/widgets/usrButton.h"
@@ -69,7 +70,7 @@ void pause(int ms)
 {
     QEventLoop loop;
     QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    blockingWait::run(loop);
 }
 
 ScaleWindow scaleWindow(double value, double min, double max, double percent)

@@ -61,6 +61,8 @@ frmSubStage::frmSubStage(QWidget* owner) : SubPanel(QStringLiteral("frmSubStage"
                         QStringLiteral("Remember the stage position for the objective"));
     btnSetting = latching(this, "btnSetting", QStringLiteral("Range"), QStringLiteral("Edit the operating range"));
     btnEscape = oneShot(this, "btnEscape", QString(), QStringLiteral("Escape the stage, or bring it back"));
+    // Escape reaches the stand while a move runs, to stop it where it is.
+    setEscapeControl(btnEscape);
     btnClose = makeCloseButton();
 
     QWidget* order[] = {usrXYScroll, btnMinus, butPlus, btnAbs, btnXReset, btnYReset, usrAdd, BtnMemory,

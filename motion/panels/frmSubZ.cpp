@@ -59,6 +59,8 @@ frmSubZ::frmSubZ(QWidget* owner) : SubPanel(QStringLiteral("frmSubZ"), kFocusDri
     txtAF_Comp->setForeColor(0x28BEE6);
     txtAF_Comp->hide();
     btnEscape = oneShot(frmAF, "btnEscape", QString(), QStringLiteral("Escape the focus drive, or bring it back"));
+    // Escape reaches the stand while a move runs, to stop it where it is.
+    setEscapeControl(btnEscape);
     btnReset = oneShot(frmAF, "btnReset", QStringLiteral("Origin"), QStringLiteral("Make the present position 0 um"));
     BtnMemory = oneShot(frmAF, "BtnMemory", QStringLiteral("Memory"), QStringLiteral("Remember the present position"));
     btnCntClear = oneShot(frmAF, "btnCntClear", QStringLiteral("Count Clear"), QStringLiteral("Count from the drive's zero"));

@@ -2,8 +2,12 @@
 
 #include "core/service/dbus/BusLayout.h"
 
+#include "core/base/BlockingWait.h"
+
 #include <QCoreApplication>
 #include <QDBusArgument>
+#include <QDBusPendingCallWatcher>
+#include <QEventLoop>
 #include <QDBusObjectPath>
 #include <QMetaType>
 
@@ -57,7 +61,16 @@ QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
     if (!m_bus.isConnected())
         throw RunTimeError(RunTimeError::ServiceGone,
                            QStringLiteral("No session bus: ") + m_bus.lastError().message());
-    const QDBusMessage reply = m_bus.call(message, QDBus::BlockWithGui, kCallTimeoutMs);
+    // The caller waits as for any device call (blockingWait): the bus's
+    // events, timers and painting go on meanwhile.
+    QDBusPendingCallWatcher pending(m_bus.asyncCall(message, kCallTimeoutMs));
+    if (!pending.isFinished()) {
+        QEventLoop loop;
+        QObject::connect(&pending, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
+        if (!pending.isFinished())
+            blockingWait::run(loop);
+    }
+    const QDBusMessage reply = pending.reply();
     // Events that the bus delivered before the reply are handed out before the
     // call returns, as the in-process stand does.
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);

@@ -3,8 +3,9 @@
 // the service process on the session bus (see BusLayout.h for the layout).
 //
 // Every call blocks the caller for up to an hour (a motor's whole move) in
-// QDBus::BlockWithGui, so the service's events, timers and painting are still
-// delivered on the caller's thread while user input is held back. Failures
+// the wait of core/base/BlockingWait.h, so the service's events, timers and
+// painting are still delivered on the caller's thread while user input is
+// held back (all but an escape, while a panel opens a way for it). Failures
 // throw RunTimeError with the service's 32-bit code.
 //
 // Connect() binds the client to the service process that answered it (its

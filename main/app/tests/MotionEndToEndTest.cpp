@@ -3,9 +3,10 @@
 // focus and stage panels from the main panel and moves with the mouse: the
 // focus by dragging the scroll widget's thumb, the stage by a click on the
 // map and by the right-button drag. While a move runs the labels of the panel
-// and of the main panel follow it; escape pressed in the middle of a move
-// stops the stand. Screenshots of both panels in every mode, taken while a
-// move runs, are kept in the test's home.
+// and of the main panel follow it; escape clicked in the middle of a move,
+// with a real click of the X server's pointer, stops the stand short of the
+// target. Screenshots of both panels in every mode, taken while a move runs,
+// are kept in the test's home.
 #include "MainWindowTestSupport.h"
 #include "ServiceProcess.h"
 
@@ -20,6 +21,7 @@
 #include "motion/panels/frmSubZ.h"
 #include "state/FormRegistry.h"
 
+#include <QProcess>
 #include <QTest>
 #include <QTimer>
 #include <gtest/gtest.h>
@@ -52,6 +54,32 @@ struct Sampler {
         });
         timer.start();
     }
+};
+
+// A click of the X server's pointer on the middle of `w`: the display queues
+// it like the operator's, not Qt's test functions.
+void realClick(QWidget* w) {
+    const QPoint at = w->mapToGlobal(w->rect().center());
+#ifdef ZENTOR_XDOTOOL
+    QProcess::startDetached(QStringLiteral(ZENTOR_XDOTOOL),
+                            {QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()),
+                             QStringLiteral("click"), QStringLiteral("1")});
+#else
+    QTest::mouseClick(w, Qt::LeftButton, {}, w->rect().center());
+#endif
+}
+
+// The value `read` gives when the service reports `event`.
+struct AtEvent {
+    int32_t value = -1;
+    QMetaObject::Connection c;
+    AtEvent(const QString& event, std::function<int32_t()> read) {
+        c = QObject::connect(mainState().micService, &MicroscopeService::OnPropertyChanged,
+                             [this, event, read](const QString& e) {
+                                 if (e == event && value < 0) value = read();
+                             });
+    }
+    ~AtEvent() { QObject::disconnect(c); }
 };
 
 } // namespace
@@ -102,16 +130,21 @@ TEST(MotionEndToEnd, FocusAndStageFollowTheMouseStreamTheirPositionsAndStopOnEsc
     EXPECT_EQ(mainState().mZ.Value(), z1);
     EXPECT_EQ(z->txtSel->Caption(), mainState().mZ.Format_Count() + QStringLiteral(" um"));
 
-    // Escape in the middle of a long move: the drive stops where it is and goes down.
+    // Escape clicked in the middle of a long move: the click reaches the
+    // stand while the move runs, the drive stops where it is and goes down.
     int32_t whenPressed = 0;
     QTimer::singleShot(500, [&] {
         whenPressed = mainState().mZ.Value();
-        QTest::mouseClick(z->btnEscape, Qt::LeftButton, {}, QPoint(8, 8));
+        realClick(z->btnEscape);
     });
-    z->usrZscroll->setPosition(z1 + 120000 > 180000 ? 180000 : z1 + 120000);
+    const int32_t zTarget = z1 + 120000 > 180000 ? 180000 : z1 + 120000;
+    AtEvent zEscaped(QStringLiteral("AppZDriveIsZEscape:1"), [] { return mainState().mZ.Value(); });
+    z->usrZscroll->setPosition(zTarget);
     z->usrZscroll_ThumbReleased();
     EXPECT_GT(whenPressed, z1);
     EXPECT_EQ(watcher.ZDriveIsZEscape(), 1);
+    EXPECT_GT(zEscaped.value, z1) << "escape did not reach the stand during the move";
+    EXPECT_LT(zEscaped.value, zTarget) << "escape reached the stand only after the move";
     const int32_t parked = watcher.ZDriveZPosition();
     QTest::qWait(300);
     EXPECT_EQ(watcher.ZDriveZPosition(), parked) << "the drive still moves after escape";
@@ -166,15 +199,19 @@ TEST(MotionEndToEnd, FocusAndStageFollowTheMouseStreamTheirPositionsAndStopOnEsc
     QTest::qWait(200);
     EXPECT_NE(watcher.XYDriveXPosition(), xBefore);
 
-    // Escape in the middle of a move to the far corner.
+    // Escape clicked in the middle of a move to the far corner.
     int32_t xPressed = 0;
     QTimer::singleShot(400, [&] {
         xPressed = mainState().mXY.XCount();
-        QTest::mouseClick(xy->btnEscape, Qt::LeftButton, {}, QPoint(8, 8));
+        realClick(xy->btnEscape);
     });
+    const int32_t xStart = mainState().mXY.XCount();
+    AtEvent xyEscaped(QStringLiteral("AppXYZDriveIsEscape:1"), [] { return mainState().mXY.XCount(); });
     xy->usrXYScroll_GoTo(-90000, -60000);
     EXPECT_NE(xPressed, -90000);
     EXPECT_EQ(watcher.XYDriveIsEscape(), 1);
+    EXPECT_LT(xyEscaped.value, xStart) << "escape did not reach the stand during the move";
+    EXPECT_GT(xyEscaped.value, -90000) << "escape reached the stand only after the move";
     const int32_t xParked = watcher.XYDriveXPosition();
     QTest::qWait(300);
     EXPECT_EQ(watcher.XYDriveXPosition(), xParked) << "the stage still moves after escape";
