@@ -24,6 +24,32 @@ usrYscroll::usrYscroll(QWidget* parent) : QWidget(parent)
     zentor::accessibility::install();
     look::applyTo(this);
     setFocusPolicy(Qt::StrongFocus);
+    m_holdDelay.setSingleShot(true);
+    m_holdDelay.setInterval(kHoldDelayMs);
+    connect(&m_holdDelay, &QTimer::timeout, this, [this] { holdTimeout(); });
+}
+
+bool usrYscroll::isStepButton(Part part)
+{
+    return part == Part::FastUp || part == Part::SlowUp || part == Part::SlowDown || part == Part::FastDown;
+}
+
+void usrYscroll::holdTimeout()
+{
+    if (!isStepButton(m_held) || !m_inside || !isEnabled())
+        return;
+    m_holding = true;
+    m_heldThisPress = true;
+    emit StepHeld(m_held == Part::FastUp || m_held == Part::SlowUp);
+}
+
+void usrYscroll::endHold()
+{
+    m_holdDelay.stop();
+    if (!m_holding)
+        return;
+    m_holding = false;
+    emit StepHoldEnded();
 }
 
 void usrYscroll::setOrigin(double v) { m_origin = v; update(); }
@@ -150,6 +176,9 @@ void usrYscroll::mousePressEvent(QMouseEvent* e)
     default:
         break;
     }
+    m_heldThisPress = false;
+    if (isStepButton(m_held))
+        m_holdDelay.start();
     update();
 }
 
@@ -172,6 +201,9 @@ void usrYscroll::mouseMoveEvent(QMouseEvent* e)
         return;
     default:
         m_inside = buttonRect(m_held).contains(pos);
+        // Off the held button the repeat stops, as it does not start there.
+        if (!m_inside)
+            endHold();
         break;
     }
     update();
@@ -183,7 +215,8 @@ void usrYscroll::mouseReleaseEvent(QMouseEvent* e)
         return;
     mouseMoveEvent(e);
     const Part part = m_held;
-    const bool inside = buttonRect(part).contains(e->position());
+    endHold();
+    const bool inside = !m_heldThisPress && buttonRect(part).contains(e->position());
     m_held = Part::None;
     m_inside = false;
     update();
@@ -233,8 +266,10 @@ void usrYscroll::wheelEvent(QWheelEvent* e)
 
 void usrYscroll::changeEvent(QEvent* e)
 {
-    if (e->type() == QEvent::EnabledChange && !isEnabled())
+    if (e->type() == QEvent::EnabledChange && !isEnabled()) {
         m_held = Part::None;
+        endHold();
+    }
     QWidget::changeEvent(e);
     update();
 }

@@ -4,6 +4,7 @@
 // position as the thumb, the 0 um origin mark and the operating range marks.
 // In mode 2 the operator drags the range marks instead of the thumb.
 // Nothing set from code raises an event.
+#include <QTimer>
 #include <QWidget>
 #include <cstdint>
 
@@ -39,6 +40,11 @@ public:
     // Where the thumb stands, for a pointer that wants to grab it.
     QPoint thumbCentre() const { return QPoint(width() / 2, int(yOfValue(m_position))); }
 
+    // How long a step button is held down before it counts as held.
+    static constexpr int kHoldDelayMs = 400;
+    // Whether a step button is held now (StepHeld raised, StepHoldEnded not yet).
+    bool Holding() const { return m_holding; }
+
     QSize sizeHint() const override { return QSize(64, 260); }
     QSize minimumSizeHint() const override { return QSize(40, 140); }
 
@@ -47,6 +53,13 @@ signals:
     void SlowUp();
     void SlowDown();
     void FastDown();
+    // A step button held down past kHoldDelayMs (`up`: one of the two upper
+    // buttons): the owner repeats until StepHoldEnded. The release that ends
+    // a hold is no step of its own.
+    void StepHeld(bool up);
+    // The held button was let go, the pointer left it, or the widget was
+    // disabled.
+    void StepHoldEnded();
     // The operator let go of the thumb at a new Position.
     void ThumbReleased();
     // The operator clicked the track (Position holds the new value) or, in
@@ -70,6 +83,10 @@ private:
     double valueOfY(double y) const;
     double snapped(double v) const;
     Part partAt(const QPointF& pos) const;
+    static bool isStepButton(Part part);
+    void holdTimeout();
+    // Ends a running hold (StepHoldEnded) and stops waiting for one.
+    void endHold();
 
     double m_origin = 0;
     double m_limitMin = 0;
@@ -84,4 +101,8 @@ private:
     bool m_inside = false;
     double m_grabOffset = 0;
     double m_atPress = 0;
+    // Runs only while a step button is down and not yet held.
+    QTimer m_holdDelay;
+    bool m_holding = false;
+    bool m_heldThisPress = false;   // this press has been a hold: its release steps nothing
 };

@@ -96,6 +96,10 @@ frmSubZ::frmSubZ(QWidget* owner) : SubPanel(QStringLiteral("frmSubZ"), kFocusDri
     connect(usrZscroll, &usrYscroll::FastUp, this, [this] { usrZscroll_FastUp(); });
     connect(usrZscroll, &usrYscroll::SlowDown, this, [this] { usrZscroll_SlowDown(); });
     connect(usrZscroll, &usrYscroll::SlowUp, this, [this] { usrZscroll_SlowUp(); });
+    // A step button held down repeats through Timer1, one focus step a tick,
+    // as a held arrow key does; letting it go stops the repeat.
+    connect(usrZscroll, &usrYscroll::StepHeld, this, [this](bool up) { setRepeatDirection(up ? -1 : 1); });
+    connect(usrZscroll, &usrYscroll::StepHoldEnded, this, [this] { setRepeatDirection(0); });
     connect(usrZscroll, &usrYscroll::ThumbReleased, this, [this] { usrZscroll_ThumbReleased(); });
     connect(usrZscroll, &usrYscroll::ValueChange, this, [this] { usrZscroll_ValueChange(); });
     connect(btnReset, &usrButton::Pressed, this, [this] { btnReset_Pressed(); });
