@@ -515,6 +515,17 @@ ServiceHost::~ServiceHost()
 
 bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
 {
+    if (!registerMicroscopeObjects(error))
+        return false;
+    if (!m_bus.registerService(busName)) {
+        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
+        return false;
+    }
+    return true;
+}
+
+bool ServiceHost::registerMicroscopeObjects(QString& error)
+{
     std::vector<MicroscopeObject*> microscopes;
     const int count = static_cast<int>(m_service->deviceNames().size());
     for (int i = 0; i < count; ++i) {
@@ -532,14 +543,22 @@ bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
         return false;
     }
     m_objects.push_back(std::move(manager));
+    return true;
+}
+
+bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error)
+{
+    if (!registerFiberObject(fiber, error))
+        return false;
     if (!m_bus.registerService(busName)) {
+        m_bus.unregisterObject(ZentorBus::FiberPath);
         error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
         return false;
     }
     return true;
 }
 
-bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error)
+bool ServiceHost::registerFiberObject(SimulatedFiber* fiber, QString& error)
 {
     auto object = std::make_unique<FiberObject>(fiber);
     if (!m_bus.registerVirtualObject(ZentorBus::FiberPath, object.get())) {
@@ -554,10 +573,5 @@ bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QStr
         signal << message;
         connection.send(signal);
     });
-    if (!m_bus.registerService(busName)) {
-        m_bus.unregisterObject(ZentorBus::FiberPath);
-        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
-        return false;
-    }
     return true;
 }
