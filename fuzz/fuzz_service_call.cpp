@@ -8,14 +8,18 @@
 // Input: an options byte (bit 0: the connection with fault injection), then
 // calls, each:  path interface member arguments
 //   path, interface, member: a selector byte; 0 a name spelled in the input
-//     (a length byte and the bytes, made a valid name), 1 raw bytes as the name
-//     (usually refused by the client library), 2.. the known names in turn.
+//     (a length byte and the bytes; kept when made of name characters, else
+//     made a valid name), 1 raw bytes as the name (usually refused by the
+//     client library), 2.. the known names in turn.
 //   arguments: a byte; below 0x80 values of the method's own in-signature
 //     (none for an unknown method), else (byte & 7) values each of a type byte.
 //   values: b y as 1 byte, n q 2, i u 4, x t d 8 (little endian; d as bits),
 //     s: a length byte L, then below 0xC0 L bytes of UTF-8, 0xC0 to 0xDF
 //     (L & 0x1F) raw UTF-16 code units (lone surrogates, NULs), from 0xE0 a
-//     huge text (4096, 4097, 65536 or 1 Mi characters) repeating the next text.
+//     huge text (4096, 4097, 65536 or 1 Mi characters) repeating the next text;
+//     as, ai, ad and structs of ints: a count byte, then the items; ay: a
+//     length byte (from 0xF0: 64 KiB of the next byte); v: a type byte and a
+//     value of it; o: a path chosen as above.
 // ZENTOR_FUZZ_TRACE=1 prints every call and its answer (to read a finding).
 #include "core/service/dbus/BusLayout.h"
 #include "FuzzFile.h"
@@ -411,7 +415,7 @@ private:
                      .arg(call.path(), call.interface(), call.member()));
         const QDBusMessage reply = pending.reply();
         if (!m_clients[side].isConnected())
-            fail(QStringLiteral("the connection to the service was lost at %1 %2.%4: %5")
+            fail(QStringLiteral("the connection to the service was lost at %1 %2.%3: %4")
                      .arg(call.path(), call.interface(), call.member(), reply.errorMessage()));
         if (reply.type() != QDBusMessage::ReplyMessage && reply.type() != QDBusMessage::ErrorMessage)
             fail(QStringLiteral("an answer that is neither a reply nor an error"));
