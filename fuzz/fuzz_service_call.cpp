@@ -3,7 +3,8 @@
 // every argument is marshalled and read back as on the bus. Two connections:
 // the service of one offers the fault-injection interface, the other does not.
 // Every call gets a reply or an error reply within a bound, the service's
-// objects stay registered and answer a Ping, and nothing crashes.
+// objects stay registered and answer a Ping, a service without fault injection
+// serves no call of that interface, and nothing crashes.
 //
 // Input: an options byte (bit 0: the connection with fault injection), then
 // calls, each:  path interface member arguments
@@ -333,6 +334,8 @@ public:
             boundFlood(member, args);
             call.setArguments(args);
             const QDBusMessage reply = answered(side, call);
+            if (side == 0 && reply.type() == QDBusMessage::ReplyMessage && isFaultInjection(interface, member))
+                fail(QStringLiteral("%1 %2.%3 was served without fault injection").arg(path, interface, member));
             static const bool trace = qEnvironmentVariableIsSet("ZENTOR_FUZZ_TRACE");
             if (trace)
                 std::fprintf(stderr, "%s %s.%s(%s) -> %s %s\n", qPrintable(path), qPrintable(interface),
@@ -360,6 +363,15 @@ private:
                                       .entryInfoList({QStringLiteral("*.json")}, QDir::Files, QDir::Name))
             files << f.absoluteFilePath();
         return files;
+    }
+
+    // A call of the fault-injection interface, named or found by its member.
+    static bool isFaultInjection(const QString& interface, const QString& member)
+    {
+        if (interface != ZentorBus::ControlInterface && !interface.isEmpty())
+            return false;
+        return ZentorBus::findMethod(ZentorBus::controlMethods(), member) ||
+               ZentorBus::findMethod(ZentorBus::fiberControlMethods(), member);
     }
 
     static QStringList freeTypeList(Input& in, int count)

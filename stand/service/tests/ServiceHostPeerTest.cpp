@@ -17,6 +17,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 
 namespace {
@@ -108,4 +109,48 @@ TEST_F(ServiceHostPeerTest, TheFiberIlluminatorIsServedWithoutABusName)
     const QDBusMessage status = call(ZentorBus::FiberPath, ZentorBus::FiberInterface, QStringLiteral("ConnectionStatus"));
     ASSERT_EQ(status.type(), QDBusMessage::ReplyMessage) << status.errorMessage().toStdString();
     EXPECT_EQ(status.arguments().value(0).toInt(), 1);
+}
+
+// The illuminator's fault interface (its sensors, its presence, its speed)
+// was served whether or not fault injection had been asked for.
+TEST_F(ServiceHostPeerTest, TheFiberFaultInterfaceIsOfferedOnlyWithFaultInjection)
+{
+    QString error;
+    ASSERT_TRUE(host->registerFiberObject(&fiber, error)) << error.toStdString();
+    ASSERT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberInterface, QStringLiteral("Connect"), {QVariant(1000)}).type(),
+              QDBusMessage::ReplyMessage);
+    const QString unknown = QDBusError::errorString(QDBusError::UnknownInterface);
+    EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetPresent"), {QVariant(false)})
+                  .errorName(), unknown);
+    EXPECT_EQ(call(ZentorBus::FiberPath, QString(), QStringLiteral("SetSensor"),
+                   {QStringLiteral("Interlock_Status"), QVariant::fromValue<short>(0)}).errorName(), unknown);
+    EXPECT_EQ(fiber.ConnectionStatus(), 1);
+    EXPECT_EQ(fiber.Status(QStringLiteral("Interlock_Status")), 1);
+    const QDBusMessage xml = call(ZentorBus::FiberPath, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                  QStringLiteral("Introspect"));
+    EXPECT_TRUE(xml.arguments().value(0).toString().contains(ZentorBus::FiberInterface));
+    EXPECT_FALSE(xml.arguments().value(0).toString().contains(ZentorBus::ControlInterface));
+
+    host->enableFaultInjection();
+    EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetSensor"),
+                   {QStringLiteral("Interlock_Status"), QVariant::fromValue<short>(0)}).type(),
+              QDBusMessage::ReplyMessage);
+    EXPECT_EQ(fiber.Status(QStringLiteral("Interlock_Status")), 0);
+}
+
+// Its speed factor had no bounds: 1e-300 made the lamp's warm-up and a timed
+// shutter wait beyond any timer; it has the microscope's bounds now.
+TEST_F(ServiceHostPeerTest, TheFiberSpeedFactorHasTheBoundsOfTheMicroscopes)
+{
+    QString error;
+    ASSERT_TRUE(host->registerFiberObject(&fiber, error)) << error.toStdString();
+    host->enableFaultInjection();
+    const QString invalid = QDBusError::errorString(QDBusError::InvalidArgs);
+    for (double f : {1e-300, 1e-9, 1e9, -1.0, std::numeric_limits<double>::quiet_NaN(),
+                     std::numeric_limits<double>::infinity()})
+        EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
+                      .errorName(), invalid) << f;
+    for (double f : {0.0, ServiceHost::kMinSpeedFactor, 20.0, ServiceHost::kMaxSpeedFactor})
+        EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
+                      .type(), QDBusMessage::ReplyMessage) << f;
 }
