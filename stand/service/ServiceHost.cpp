@@ -124,6 +124,27 @@ QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& val
 
 using InterfaceList = QVector<QPair<QString, const QVector<Method>*>>;
 
+// The answer to a fault-injection call of a service that does not offer it.
+QDBusMessage faultInjectionNotOffered(const QDBusMessage& msg)
+{
+    return msg.createErrorReply(
+        QDBusError::UnknownInterface,
+        QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
+            .arg(ZentorBus::ControlInterface));
+}
+
+// A SetSpeedFactor beyond the bounds of ServiceHost: its refusal, else none.
+bool speedFactorRefused(double f, const QDBusMessage& msg, const QDBusConnection& bus)
+{
+    if (f == 0 || (f >= ServiceHost::kMinSpeedFactor && f <= ServiceHost::kMaxSpeedFactor))
+        return false;
+    bus.send(msg.createErrorReply(QDBusError::InvalidArgs,
+                                  QStringLiteral("SetSpeedFactor: %1 is out of bounds; give 0 (instant) "
+                                                 "or a factor from %2 to %3")
+                                      .arg(f).arg(ServiceHost::kMinSpeedFactor).arg(ServiceHost::kMaxSpeedFactor)));
+    return true;
+}
+
 // Bytes of messages this process has handed to its bus connection that the
 // bus has not taken yet.
 long outgoingBytes(const QDBusConnection& bus)
@@ -160,10 +181,7 @@ public:
         if (!f.method)
             return false;   // introspection and peer calls; anything else is unknown
         if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(msg.createErrorReply(
-                QDBusError::UnknownInterface,
-                QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
-                    .arg(ZentorBus::ControlInterface)));
+            bus.send(faultInjectionNotOffered(msg));
             return true;
         }
         const Method& m = *f.method;
@@ -248,17 +266,8 @@ private:
     {
         const QVariantList a = msg.arguments();
         StandControl& c = stand.control();
-        if (m.name == QLatin1String("SetSpeedFactor")) {
-            const double f = a[0].toDouble();
-            if (!(f == 0 || (f >= ServiceHost::kMinSpeedFactor && f <= ServiceHost::kMaxSpeedFactor))) {
-                bus.send(msg.createErrorReply(QDBusError::InvalidArgs,
-                                              QStringLiteral("SetSpeedFactor: %1 is out of bounds; give 0 (instant) "
-                                                             "or a factor from %2 to %3")
-                                                  .arg(f).arg(ServiceHost::kMinSpeedFactor)
-                                                  .arg(ServiceHost::kMaxSpeedFactor)));
-                return;
-            }
-        }
+        if (m.name == QLatin1String("SetSpeedFactor") && speedFactorRefused(a[0].toDouble(), msg, bus))
+            return;
         try {
             if (m.name == QLatin1String("KillUnit"))
                 c.killUnit(static_cast<int16_t>(a[0].toInt()));
@@ -438,12 +447,14 @@ private:
 
 class FiberObject : public QDBusVirtualObject {
 public:
-    explicit FiberObject(SimulatedFiber* fiber) : m_fiber(fiber) {}
+    FiberObject(ServiceHost* host, SimulatedFiber* fiber) : m_host(host), m_fiber(fiber) {}
 
     QString introspect(const QString&) const override
     {
-        return ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true) +
-               ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::fiberControlMethods(), false);
+        QString xml = ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true);
+        if (m_host->faultInjection())
+            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::fiberControlMethods(), false);
+        return xml;
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
@@ -453,11 +464,17 @@ public:
         const Found f = lookUp(msg, interfaces);
         if (!f.method)
             return false;
+        if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
+            bus.send(faultInjectionNotOffered(msg));
+            return true;
+        }
         const Method& m = *f.method;
         if (msg.signature() != m.in) {
             bus.send(invalidArgs(msg, m));
             return true;
         }
+        if (m.name == QLatin1String("SetSpeedFactor") && speedFactorRefused(msg.arguments().at(0).toDouble(), msg, bus))
+            return true;
         if (!m_fiber) {
             bus.send(ZentorBus::errorReply(msg, RunTimeError::ServiceGone,
                                            QStringLiteral("The fiber illuminator server has gone")));
@@ -497,6 +514,7 @@ public:
     }
 
 private:
+    ServiceHost* m_host;
     QPointer<SimulatedFiber> m_fiber;
 };
 
@@ -515,6 +533,17 @@ ServiceHost::~ServiceHost()
 
 bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
 {
+    if (!registerMicroscopeObjects(error))
+        return false;
+    if (!m_bus.registerService(busName)) {
+        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
+        return false;
+    }
+    return true;
+}
+
+bool ServiceHost::registerMicroscopeObjects(QString& error)
+{
     std::vector<MicroscopeObject*> microscopes;
     const int count = static_cast<int>(m_service->deviceNames().size());
     for (int i = 0; i < count; ++i) {
@@ -532,16 +561,24 @@ bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
         return false;
     }
     m_objects.push_back(std::move(manager));
+    return true;
+}
+
+bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error)
+{
+    if (!registerFiberObject(fiber, error))
+        return false;
     if (!m_bus.registerService(busName)) {
+        m_bus.unregisterObject(ZentorBus::FiberPath);
         error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
         return false;
     }
     return true;
 }
 
-bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error)
+bool ServiceHost::registerFiberObject(SimulatedFiber* fiber, QString& error)
 {
-    auto object = std::make_unique<FiberObject>(fiber);
+    auto object = std::make_unique<FiberObject>(this, fiber);
     if (!m_bus.registerVirtualObject(ZentorBus::FiberPath, object.get())) {
         error = QStringLiteral("cannot register %1: %2").arg(ZentorBus::FiberPath, m_bus.lastError().message());
         return false;
@@ -554,10 +591,5 @@ bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QStr
         signal << message;
         connection.send(signal);
     });
-    if (!m_bus.registerService(busName)) {
-        m_bus.unregisterObject(ZentorBus::FiberPath);
-        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
-        return false;
-    }
     return true;
 }
