@@ -1,6 +1,8 @@
 #include "EventSpy.h"
 #include "main/widgets/usrYscroll.h"
 
+#include <QSignalSpy>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
@@ -31,7 +33,7 @@ struct Yscroll : ::testing::Test {
 TEST_F(Yscroll, EachStepButtonRaisesItsOwnEvent)
 {
     EventSpy spy(&z);
-    ASSERT_EQ(spy.kinds(), 6u);
+    ASSERT_EQ(spy.kinds(), 8u);
     QTest::mouseClick(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 10));
     EXPECT_EQ(spy.count("FastUp"), 1);
     QTest::mouseClick(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 30));
@@ -107,6 +109,47 @@ TEST_F(Yscroll, InRangeEditingTheThumbStaysAndTheMarksMove)
     EXPECT_EQ(spy.count("ValueChange"), 2);
     EXPECT_DOUBLE_EQ(z.Position(), 500);
     EXPECT_EQ(spy.count("ThumbReleased"), 0);
+}
+
+TEST_F(Yscroll, AStepButtonHeldDownIsAHoldAndItsReleaseNoStep)
+{
+    EventSpy spy(&z);
+    QTest::mousePress(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 30));
+    QTest::qWait(usrYscroll::kHoldDelayMs + 200);
+    EXPECT_EQ(spy.count("StepHeld"), 1);
+    EXPECT_TRUE(z.Holding());
+    QTest::mouseRelease(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 30));
+    EXPECT_EQ(spy.count("StepHoldEnded"), 1);
+    EXPECT_EQ(spy.count("SlowUp"), 0);
+    EXPECT_FALSE(z.Holding());
+    // A lower button held: down; leaving it ends the hold.
+    QSignalSpy held(&z, &usrYscroll::StepHeld);
+    QTest::mousePress(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 290));
+    QTest::qWait(usrYscroll::kHoldDelayMs + 200);
+    ASSERT_EQ(held.count(), 1);
+    EXPECT_FALSE(held.at(0).at(0).toBool());
+    QTest::mouseMove(&z, QPoint(17, 150));
+    EXPECT_EQ(spy.count("StepHoldEnded"), 2);
+    QTest::mouseRelease(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 290));
+    EXPECT_EQ(spy.count("FastDown"), 0);
+    EXPECT_EQ(spy.count("StepHoldEnded"), 2);
+}
+
+TEST_F(Yscroll, AShortClickIsAStepAndNoHoldAndDisablingEndsAHold)
+{
+    EventSpy spy(&z);
+    QTest::mouseClick(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 30));
+    QTest::qWait(usrYscroll::kHoldDelayMs + 200);
+    EXPECT_EQ(spy.count("SlowUp"), 1);
+    EXPECT_EQ(spy.count("StepHeld"), 0);
+    QTest::mousePress(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 30));
+    QTest::qWait(usrYscroll::kHoldDelayMs + 200);
+    ASSERT_EQ(spy.count("StepHeld"), 1);
+    z.setEnabled(false);
+    EXPECT_EQ(spy.count("StepHoldEnded"), 1);
+    z.setEnabled(true);
+    QTest::mouseRelease(&z, Qt::LeftButton, Qt::NoModifier, QPoint(17, 30));
+    EXPECT_EQ(spy.count("SlowUp"), 1);
 }
 
 TEST_F(Yscroll, DisabledSliderTakesNoGesture)
