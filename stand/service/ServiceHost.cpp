@@ -132,6 +132,15 @@ long outgoingBytes(const QDBusConnection& bus)
     return connection ? dbus_connection_get_outgoing_size(connection) : 0;
 }
 
+// The answer to a fault-injection call of a service started without it.
+QDBusMessage faultInjectionRefused(const QDBusMessage& msg)
+{
+    return msg.createErrorReply(
+        QDBusError::UnknownInterface,
+        QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
+            .arg(ZentorBus::ControlInterface));
+}
+
 } // namespace
 
 // --- one microscope ----------------------------------------------------------------
@@ -160,10 +169,7 @@ public:
         if (!f.method)
             return false;   // introspection and peer calls; anything else is unknown
         if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(msg.createErrorReply(
-                QDBusError::UnknownInterface,
-                QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
-                    .arg(ZentorBus::ControlInterface)));
+            bus.send(faultInjectionRefused(msg));
             return true;
         }
         const Method& m = *f.method;
@@ -438,12 +444,14 @@ private:
 
 class FiberObject : public QDBusVirtualObject {
 public:
-    explicit FiberObject(SimulatedFiber* fiber) : m_fiber(fiber) {}
+    FiberObject(ServiceHost* host, SimulatedFiber* fiber) : m_host(host), m_fiber(fiber) {}
 
     QString introspect(const QString&) const override
     {
-        return ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true) +
-               ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::fiberControlMethods(), false);
+        QString xml = ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true);
+        if (m_host->faultInjection())
+            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::fiberControlMethods(), false);
+        return xml;
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
@@ -453,6 +461,10 @@ public:
         const Found f = lookUp(msg, interfaces);
         if (!f.method)
             return false;
+        if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
+            bus.send(faultInjectionRefused(msg));
+            return true;
+        }
         const Method& m = *f.method;
         if (msg.signature() != m.in) {
             bus.send(invalidArgs(msg, m));
@@ -497,6 +509,7 @@ public:
     }
 
 private:
+    ServiceHost* m_host;
     QPointer<SimulatedFiber> m_fiber;
 };
 
@@ -541,7 +554,7 @@ bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
 
 bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error)
 {
-    auto object = std::make_unique<FiberObject>(fiber);
+    auto object = std::make_unique<FiberObject>(this, fiber);
     if (!m_bus.registerVirtualObject(ZentorBus::FiberPath, object.get())) {
         error = QStringLiteral("cannot register %1: %2").arg(ZentorBus::FiberPath, m_bus.lastError().message());
         return false;
