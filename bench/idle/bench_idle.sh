@@ -24,6 +24,9 @@ busconf=${3:-@ZENTOR_BUS_CONF@}
 panels_exe=${4:-@ZENTOR_PANELS_EXE@}
 descriptions=@ZENTOR_DESCRIPTIONS@
 window=${ZENTOR_BENCH_IDLE_SECONDS:-10}
+# Seconds between the connected caption and the window: the fiber lamp's
+# warm-up (3 s from the connection) is a change the panel draws, not rest.
+settle=5
 hz=$(getconf CLK_TCK)
 # The panel draws on the X server of each case, whatever the caller set.
 export QT_QPA_PLATFORM=xcb
@@ -118,7 +121,7 @@ run_case() {
     echo "$mode $look: no connected caption: $(tail -n 3 "$log")"
     return
   fi
-  sleep 2
+  sleep "$settle"
   local a0 s0 x0 a1 s1 x1
   a0=$(ticks "$pid"); x0=$(ticks "$xpid"); s0=0; [ -n "$spid" ] && s0=$(ticks "$spid")
   sleep "$window"
@@ -134,7 +137,7 @@ run_case() {
   pids+=("$tpid")
   local requests="n/a"
   if wait_caption "$log" "$tpid" "$ready"; then
-    sleep 2
+    sleep "$settle"
     r0=$(grep -c ':<:' "$trace")
     sleep "$window"
     r1=$(grep -c ':<:' "$trace")
