@@ -15,7 +15,8 @@
 # Target: under 1 % of a core and no X requests while nothing changes.
 #
 # usage: bench_idle [ZENTOR_EXE] [SERVICE_EXE] [BUS_CONF] [PANELS_EXE]   (defaults: this build)
-# ZENTOR_BENCH_IDLE_SECONDS changes the 10 s window.
+# ZENTOR_BENCH_IDLE_SECONDS changes the 10 s window, ZENTOR_BENCH_IDLE_MODES
+# the service modes measured ("bus inprocess").
 set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 exe=${1:-@ZENTOR_EXE@}
@@ -25,8 +26,9 @@ panels_exe=${4:-@ZENTOR_PANELS_EXE@}
 descriptions=@ZENTOR_DESCRIPTIONS@
 window=${ZENTOR_BENCH_IDLE_SECONDS:-10}
 # Seconds between the connected caption and the window: the fiber lamp's
-# warm-up (3 s from the connection) is a change the panel draws, not rest.
-settle=5
+# warm-up (3 s from its connection, which comes after the caption) is a change
+# the panel draws, not rest.
+settle=${ZENTOR_BENCH_IDLE_SETTLE:-8}
 hz=$(getconf CLK_TCK)
 # The panel draws on the X server of each case, whatever the caller set.
 export QT_QPA_PLATFORM=xcb
@@ -176,7 +178,7 @@ baseline() {
 
 echo "idle panel, ${window} s windows, $(nproc) cores, load $(cut -d' ' -f1-3 /proc/loadavg)"
 baseline
-for mode in bus inprocess; do
+for mode in ${ZENTOR_BENCH_IDLE_MODES:-bus inprocess}; do
   for look in large compact; do
     run_case "$mode" "$look"
   done
