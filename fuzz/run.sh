@@ -74,6 +74,29 @@ for t in $built; do
       for e in AppNosepiecePosition:3 AppZDriveZPosition:12345 AppXYDriveXPosition:-500 AppLampControlVoltage:6.5 \
                AppObservationMode:9 AppShutterIsOpened:1 AppZoomZoom:2.5 AppNDFilterTransmission:50; do
         printf '%s' "$e" >"$corpus/seed-$(echo "$e" | tr ':.' '__')"; done ;;
+    fuzz_service_call)
+      # Calls as fuzz_service_call reads them (see its head): an options byte
+      # (1: the service with fault injection), then per call a path selector
+      # (2 the manager, 3 the fiber illuminator, 7 microscope 0), the interface
+      # and the member spelled out, 0 (arguments of the method's signature)
+      # and the argument bytes (little endian).
+      mgr=org.zentor.Microscope.Manager dev=org.zentor.Microscope.Device ctl=org.zentor.StandControl
+      call() { printf "\\$(printf %03o "$1")\\000\\$(printf %03o ${#2})%s\\000\\$(printf %03o ${#3})%s\\000" "$2" "$3"
+               printf "$4"; }
+      { printf '\000'; call 2 $mgr GetDeviceNames ''; call 2 $mgr Connect '\000\000'; } >"$corpus/seed-connect"
+      { printf '\000'; call 7 $dev setNosepiecePosition '\003\000'; call 7 $dev NosepiecePosition ''; } \
+        >"$corpus/seed-nosepiece"
+      { printf '\000'; call 7 $dev XYDriveMove '\364\001\000\000\014\376\377\377'
+        call 7 $dev setLampControlVoltage '\000\000\000\000\000\000\032\100'; } >"$corpus/seed-move-lamp"
+      { printf '\000'; call 7 $dev SendCommand '\005rOPR1'
+        call 7 $dev setObservationPosition '\007\000'"$(i=0; while [ $i -lt 11 ]; do printf '\\001\\000\\000\\000'; i=$((i + 1)); done)"
+        call 7 $dev setObservationName '\007\000\004Mine'; } >"$corpus/seed-command-observation"
+      { printf '\001'; call 7 $ctl KillUnit '\001\000'; call 7 $dev DeviceStatus '\001\000'
+        call 7 $ctl EmitEvents '\015AppLampIsOn:1\012\000\000\000'; } >"$corpus/seed-faults"
+      { printf '\001'; call 3 org.zentor.Fiber Connect '\350\003\000\000'
+        call 3 org.zentor.Fiber ShutterOpenTimed '\000\000\000\000\000\000\340\077'
+        call 3 $ctl SetSensor '\020Interlock_Status\000\000'; } >"$corpus/seed-fiber"
+      { printf '\000'; call 7 org.freedesktop.DBus.Introspectable Introspect ''; } >"$corpus/seed-introspect" ;;
   esac
   bin=$(find "$build" -type f -name "$t" -perm -u+x | head -n 1)
   echo "fuzz: $t for $seconds s"

@@ -176,18 +176,22 @@ StandDescription StandDescription::builtIn() {
                 {LimitIndex::ApertureStop, {1, 27, 0.5}},     {LimitIndex::FieldStop, {1, 20, 0.5}},
                 {LimitIndex::NDFilter, {0, 100, 10}}};
     d.zUpperLimit = 180000;
+    // Invented names that say what the lens is: kind, magnification / N.A.
     d.objectives = {
-        {1001, "PLN 4X", "PLN", "Plan", 4, 18.5, 0.1, 0, 0, 100},
-        {1002, "UPLSAPO 10X", "UPLSAPO", "Plan Apo", 10, 3.1, 0.4, 0, 0, 100},
-        {1003, "UPLSAPO 20X", "UPLSAPO", "Plan Apo", 20, 0.6, 0.75, 0, 0, 100},
-        {1004, "UPLSAPO 40X", "UPLSAPO", "Plan Apo", 40, 0.18, 0.95, 0, 0, 100},
-        {1005, "UPLSAPO 60XO", "UPLSAPO", "Oil", 60, 0.15, 1.35, 0, 0, 50},
+        {1001, "Plan 4x/0.10", "PL", "Plan", 4, 18.5, 0.1, 0, 0, 100},
+        {1002, "PlanApo 10x/0.40", "PA", "Plan Apo", 10, 3.1, 0.4, 0, 0, 100},
+        {1003, "PlanApo 20x/0.75", "PA", "Plan Apo", 20, 0.6, 0.75, 0, 0, 100},
+        {1004, "PlanApo 40x/0.95", "PA", "Plan Apo", 40, 0.18, 0.95, 0, 0, 100},
+        {1005, "PlanApo 60x/1.35 Oil", "PA", "Oil", 60, 0.15, 1.35, 0, 0, 50},
         {0, "", "", "", 0, 0, 0, 0, 0, 100}};
+    // Cubes are named by the light they excite with. Their filter codes lie in
+    // 2..240, the catalogue range whose wavelengths the panel reads from the
+    // texts, so that the light path drawing shows them in colour.
     d.filters = {{1, "NONE", 0, 0, 0, "", "", ""},
-                 {2, "U-FUW", 365, 400, 420, "BP340-390", "DM410", "BA420"},
-                 {3, "U-FBW", 470, 505, 510, "BP460-490", "DM505", "BA510IF"},
-                 {4, "U-FGW", 540, 570, 575, "BP530-550", "DM570", "BA575IF"},
-                 {5, "U-FRW", 620, 650, 660, "BP620-650", "DM660", "BA660"},
+                 {2, "UV-EX385", 11, 21, 31, "BP365-405", "DM415", "LP430"},
+                 {3, "BLUE-EX470", 12, 22, 32, "BP455-485", "DM495", "LP505"},
+                 {4, "GREEN-EX545", 13, 23, 33, "BP530-560", "DM565", "LP580"},
+                 {5, "RED-EX620", 14, 24, 34, "BP605-635", "DM645", "LP655"},
                  {0, "", 0, 0, 0, "", "", ""}};
     d.condensers = {{1, "BF", 1}, {2, "DF", 2}, {3, "DIC", 3}, {4, "Ph1", 4}, {5, "Ph2", 4}, {0, "", 0}};
     d.camera = true;

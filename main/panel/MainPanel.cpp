@@ -670,7 +670,7 @@ void MainPanel::buildSelector()
     for (PanelLabel* l : {FilterCmd[0], ObjCmd[0], CONcmd[0]}) {
         l->resize(l->width() - twipsToPixels(400), l->height());
         l->setFont(sized(font(), 10.5, true));
-        // Whole beside the arrow: a long name ("5: UPLSAPO  UPLSAPO 60XO")
+        // Whole beside the arrow: a long name ("5: PA  PlanApo 60x/1.35 Oil")
         // is drawn smaller rather than cut under it.
         l->setShrinkToFit(8.0);
     }

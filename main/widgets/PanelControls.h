@@ -77,7 +77,8 @@ public:
     bool Activatable() const { return m_activatable; }
     void setActivatable(bool activatable);
     // Said before the text to assistive technology, so that a reading names
-    // its device: "Objective" and "2: PLN 10X" give "Objective 2: PLN 10X".
+    // its device: "Objective" and "2: PA  PlanApo 10x/0.40" give
+    // "Objective 2: PA  PlanApo 10x/0.40".
     QString AccessiblePrefix() const { return m_accessiblePrefix; }
     void setAccessiblePrefix(const QString& prefix) { m_accessiblePrefix = prefix; }
 

@@ -7,7 +7,7 @@
 // Names: a widget's accessibleName() when its owner set one (the owner knows
 // what the control is for: "Objective panel", "Aperture stop"); otherwise a
 // button's caption, a label's text with its prefix (PanelLabel::
-// setAccessiblePrefix: "Objective" + "2: PLN 10X").
+// setAccessiblePrefix: "Objective" + "2: PA  PlanApo 10x/0.40").
 //
 // install() registers the interfaces; every widget of the family calls it
 // when it is made, so nothing else needs to.

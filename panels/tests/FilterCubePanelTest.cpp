@@ -30,9 +30,9 @@ TEST(FilterCubePanel, OpensWithTheCubesNamesAndTheOneInPlace) {
     EXPECT_EQ(p->windowTitle(), QStringLiteral("Filter Cube"));
     EXPECT_EQ(p->txtAdd->First(), 1);
     EXPECT_EQ(p->txtAdd->Last(), 6);
-    EXPECT_EQ(p->txtAdd->Label(2), QStringLiteral("2 : U-FUW"));
+    EXPECT_EQ(p->txtAdd->Label(2), QStringLiteral("2 : UV-EX385"));
     EXPECT_EQ(p->txtAdd->Address(), 3);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3 : U-FBW"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3 : BLUE-EX470"));
     EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
 }
 
@@ -85,11 +85,11 @@ TEST(FilterCubePanel, ItsOwnEventObjectFollowsTheTurretAndIgnoresValuesOutsideTh
     auto* p = rig.open<frmSubFilter>(kFilter);
     ASSERT_NE(p, nullptr);
     rig.mic.setFilterBlockCassettePosition(4);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 : U-FGW"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 : GREEN-EX545"));
     EXPECT_EQ(p->txtAdd->Address(), 4);
     emit rig.mic.OnPropertyChanged(QStringLiteral("AppFilterBlockCassettePosition:9"));
     emit rig.mic.OnPropertyChanged(QStringLiteral("AppFilterBlockCassettePosition:0"));
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 : U-FGW"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 : GREEN-EX545"));
     EXPECT_EQ(p->txtAdd->Address(), 4);
     EXPECT_TRUE(rig.boxes.texts().isEmpty());
     emit rig.mic.OnPropertyChanged(QStringLiteral("AppFilterBlockCassettePosition:abc"));
@@ -105,7 +105,7 @@ TEST(FilterCubePanel, APickMovesTheTurretAndAFailureHasOneText) {
     QTest::mouseClick(p->txtAdd, Qt::LeftButton, {}, p->txtAdd->rowRect(5).center());
     pumpEvents();
     EXPECT_EQ(rig.mic.FilterBlockCassettePosition(), 5);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("5 : U-FRW"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("5 : RED-EX620"));
     // No limitation or time-out texts here.
     rig.faults().stallDevice(DeviceIndex::FilterBlockCassette);
     emit p->txtAdd->AddressPicked(2);

@@ -23,10 +23,10 @@ TEST(ObjectivePanel, OpensWithEveryObjectivesRecordAndTheOneInPlace) {
     EXPECT_EQ(p->windowTitle(), QStringLiteral("Objective"));
     EXPECT_EQ(p->txtAdd->First(), 1);
     EXPECT_EQ(p->txtAdd->Last(), 6);
-    EXPECT_EQ(p->txtAdd->Label(1), QStringLiteral("1 :PLN  PLN 4X"));
-    EXPECT_EQ(p->txtAdd->Label(5), QStringLiteral("5 :UPLSAPO  UPLSAPO 60XO"));
+    EXPECT_EQ(p->txtAdd->Label(1), QStringLiteral("1 :PL  Plan 4x/0.10"));
+    EXPECT_EQ(p->txtAdd->Label(5), QStringLiteral("5 :PA  PlanApo 60x/1.35 Oil"));
     EXPECT_EQ(p->txtAdd->Address(), 3);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3 :UPLSAPO  UPLSAPO 20X"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3 :PA  PlanApo 20x/0.75"));
     EXPECT_EQ(p->txtSel->ToolTipText(), QStringLiteral("W.D. 0.6  N.A. 0.75"));
     EXPECT_EQ(p->txtAdd->Mode(), 1);
     EXPECT_TRUE(p->chkLink->isEnabled());
@@ -102,10 +102,10 @@ TEST(ObjectivePanel, APickMovesTheNosepieceAndTheReadingWaitsForTheSetter) {
     QTest::mouseClick(p->txtAdd, Qt::LeftButton, {}, row.center());
     pumpEvents();
     EXPECT_EQ(rig.mic.NosepiecePosition(), 4);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("1 :PLN  PLN 4X")) << "no event has been dispatched yet";
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("1 :PL  Plan 4x/0.10")) << "no event has been dispatched yet";
     // The dispatch stores the position and calls the setter: one blank here.
     EXPECT_TRUE(FormRegistry::refresh(kObj, "ObjChg_Set", 4));
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 :UPLSAPO UPLSAPO 40X"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 :PA PlanApo 40x/0.95"));
     EXPECT_EQ(p->txtAdd->Address(), 4);
     EXPECT_EQ(p->txtSel->ToolTipText(), QStringLiteral("W.D. 0.18  N.A. 0.95"));
 }
@@ -156,7 +156,7 @@ TEST(ObjectivePanel, RefusalsShowLimitationTimeOutOrErrorAndChangeNothing) {
     EXPECT_EQ(rig.boxes.texts(), (QStringList{QStringLiteral("Position_Change Limitation"),
                                               QStringLiteral("Position_Change TimeOut Error"),
                                               QStringLiteral("Position_Change Error")}));
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("2 :UPLSAPO  UPLSAPO 10X"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("2 :PA  PlanApo 10x/0.40"));
     EXPECT_TRUE(p->txtAdd->isEnabled());
 }
 

@@ -124,21 +124,33 @@ QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& val
 
 using InterfaceList = QVector<QPair<QString, const QVector<Method>*>>;
 
+// The answer to a fault-injection call of a service that does not offer it.
+QDBusMessage faultInjectionNotOffered(const QDBusMessage& msg)
+{
+    return msg.createErrorReply(
+        QDBusError::UnknownInterface,
+        QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
+            .arg(ZentorBus::ControlInterface));
+}
+
+// A SetSpeedFactor beyond the bounds of ServiceHost: its refusal, else none.
+bool speedFactorRefused(double f, const QDBusMessage& msg, const QDBusConnection& bus)
+{
+    if (f == 0 || (f >= ServiceHost::kMinSpeedFactor && f <= ServiceHost::kMaxSpeedFactor))
+        return false;
+    bus.send(msg.createErrorReply(QDBusError::InvalidArgs,
+                                  QStringLiteral("SetSpeedFactor: %1 is out of bounds; give 0 (instant) "
+                                                 "or a factor from %2 to %3")
+                                      .arg(f).arg(ServiceHost::kMinSpeedFactor).arg(ServiceHost::kMaxSpeedFactor)));
+    return true;
+}
+
 // Bytes of messages this process has handed to its bus connection that the
 // bus has not taken yet.
 long outgoingBytes(const QDBusConnection& bus)
 {
     auto* connection = static_cast<DBusConnection*>(bus.internalPointer());
     return connection ? dbus_connection_get_outgoing_size(connection) : 0;
-}
-
-// The answer to a fault-injection call of a service started without it.
-QDBusMessage faultInjectionRefused(const QDBusMessage& msg)
-{
-    return msg.createErrorReply(
-        QDBusError::UnknownInterface,
-        QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
-            .arg(ZentorBus::ControlInterface));
 }
 
 } // namespace
@@ -169,7 +181,7 @@ public:
         if (!f.method)
             return false;   // introspection and peer calls; anything else is unknown
         if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(faultInjectionRefused(msg));
+            bus.send(faultInjectionNotOffered(msg));
             return true;
         }
         const Method& m = *f.method;
@@ -254,17 +266,8 @@ private:
     {
         const QVariantList a = msg.arguments();
         StandControl& c = stand.control();
-        if (m.name == QLatin1String("SetSpeedFactor")) {
-            const double f = a[0].toDouble();
-            if (!(f == 0 || (f >= ServiceHost::kMinSpeedFactor && f <= ServiceHost::kMaxSpeedFactor))) {
-                bus.send(msg.createErrorReply(QDBusError::InvalidArgs,
-                                              QStringLiteral("SetSpeedFactor: %1 is out of bounds; give 0 (instant) "
-                                                             "or a factor from %2 to %3")
-                                                  .arg(f).arg(ServiceHost::kMinSpeedFactor)
-                                                  .arg(ServiceHost::kMaxSpeedFactor)));
-                return;
-            }
-        }
+        if (m.name == QLatin1String("SetSpeedFactor") && speedFactorRefused(a[0].toDouble(), msg, bus))
+            return;
         try {
             if (m.name == QLatin1String("KillUnit"))
                 c.killUnit(static_cast<int16_t>(a[0].toInt()));
@@ -462,7 +465,7 @@ public:
         if (!f.method)
             return false;
         if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(faultInjectionRefused(msg));
+            bus.send(faultInjectionNotOffered(msg));
             return true;
         }
         const Method& m = *f.method;
@@ -470,6 +473,8 @@ public:
             bus.send(invalidArgs(msg, m));
             return true;
         }
+        if (m.name == QLatin1String("SetSpeedFactor") && speedFactorRefused(msg.arguments().at(0).toDouble(), msg, bus))
+            return true;
         if (!m_fiber) {
             bus.send(ZentorBus::errorReply(msg, RunTimeError::ServiceGone,
                                            QStringLiteral("The fiber illuminator server has gone")));
@@ -528,6 +533,17 @@ ServiceHost::~ServiceHost()
 
 bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
 {
+    if (!registerMicroscopeObjects(error))
+        return false;
+    if (!m_bus.registerService(busName)) {
+        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
+        return false;
+    }
+    return true;
+}
+
+bool ServiceHost::registerMicroscopeObjects(QString& error)
+{
     std::vector<MicroscopeObject*> microscopes;
     const int count = static_cast<int>(m_service->deviceNames().size());
     for (int i = 0; i < count; ++i) {
@@ -545,14 +561,22 @@ bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
         return false;
     }
     m_objects.push_back(std::move(manager));
+    return true;
+}
+
+bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error)
+{
+    if (!registerFiberObject(fiber, error))
+        return false;
     if (!m_bus.registerService(busName)) {
+        m_bus.unregisterObject(ZentorBus::FiberPath);
         error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
         return false;
     }
     return true;
 }
 
-bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error)
+bool ServiceHost::registerFiberObject(SimulatedFiber* fiber, QString& error)
 {
     auto object = std::make_unique<FiberObject>(this, fiber);
     if (!m_bus.registerVirtualObject(ZentorBus::FiberPath, object.get())) {
@@ -567,10 +591,5 @@ bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QStr
         signal << message;
         connection.send(signal);
     });
-    if (!m_bus.registerService(busName)) {
-        m_bus.unregisterObject(ZentorBus::FiberPath);
-        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
-        return false;
-    }
     return true;
 }

@@ -35,6 +35,11 @@ public:
     // Registers the fiber illuminator's object and takes its name.
     bool serveFiber(SimulatedFiber* fiber, const QString& busName, QString& error);
 
+    // The objects alone, without a well-known name: the first half of the two
+    // above, and all a peer-to-peer connection (no bus daemon) can take.
+    bool registerMicroscopeObjects(QString& error);
+    bool registerFiberObject(SimulatedFiber* fiber, QString& error);
+
     SimulatedService* service() const { return m_service; }
     const Log& log() const { return m_log; }
 

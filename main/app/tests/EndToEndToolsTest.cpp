@@ -72,7 +72,8 @@ struct Services {
     Services() {
         EXPECT_TRUE(microscope.start({QStringLiteral("--no-fiber"), QStringLiteral("--speed"), QStringLiteral("20")}))
             << microscope.error().toStdString();
-        EXPECT_TRUE(fiber.start({QStringLiteral("--fiber-only"), QStringLiteral("--speed"), QStringLiteral("20")},
+        EXPECT_TRUE(fiber.start({QStringLiteral("--fiber-only"), QStringLiteral("--speed"), QStringLiteral("20"),
+                                 QStringLiteral("--enable-fault-injection")},
                                 ZentorBus::FiberService))
             << fiber.error().toStdString();
         // The panel uses the bus; its fiber client gives up on a hanging server soon.

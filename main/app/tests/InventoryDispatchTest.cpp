@@ -259,20 +259,20 @@ TEST(Dispatch, FilterCubeTextsAndColours) {
     const QString file = customStand(QStringLiteral("cubes"),
         R"({"name": "Cubes", "units": ["Q7s"], "camera": null, "devices": {"FilterBlockCassette": {}},
             "filters": [{"number": 1, "name": "NONE", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""},
-                        {"number": 3, "name": "U-FBW wide", "reiki": 100, "dm": 5, "kyusyu": 101,
-                         "ex": "BP460-490", "dmName": "DM505", "ba": "BA510"},
+                        {"number": 3, "name": "BLUE-EX470 wide", "reiki": 100, "dm": 5, "kyusyu": 101,
+                         "ex": "BP455-485", "dmName": "DM495", "ba": "LP505"},
                         {"number": 0, "name": "", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""}]})");
     Connected c({file});
     c.event(QStringLiteral("AppFilterBlockCassettePosition:2"));
-    EXPECT_EQ(c.ui()->FilterCmd[0]->Caption(), QStringLiteral("2 : U-FBW wide"));
-    EXPECT_EQ(c.ui()->FilterCmd[1]->Caption(), QStringLiteral("2: U-FBW"));
-    const QString tip = QStringLiteral("EX: BP460-490,  DM: DM505,  BA: BA510");
+    EXPECT_EQ(c.ui()->FilterCmd[0]->Caption(), QStringLiteral("2 : BLUE-EX470 wide"));
+    EXPECT_EQ(c.ui()->FilterCmd[1]->Caption(), QStringLiteral("2: BLUE-EX470"));
+    const QString tip = QStringLiteral("EX: BP455-485,  DM: DM495,  BA: LP505");
     EXPECT_EQ(c.ui()->FilterCmd[0]->ToolTipText(), tip);
     // The event's compact tip is the main one after a blank (the read at
     // opening puts the name before it).
     EXPECT_EQ(c.ui()->FilterCmd[1]->ToolTipText(), QStringLiteral(" ") + tip);
-    EXPECT_EQ(c.ui()->usrMainPath->ExColor(), Wave_RGB(475));
-    EXPECT_EQ(c.ui()->usrMainPath->BaColor(), Wave_RGB(510));
+    EXPECT_EQ(c.ui()->usrMainPath->ExColor(), Wave_RGB(470));
+    EXPECT_EQ(c.ui()->usrMainPath->BaColor(), Wave_RGB(505));
     // Position 1 holds no usable cube: colours and tips cleared.
     c.event(QStringLiteral("AppFilterBlockCassettePosition:1"));
     EXPECT_TRUE(c.ui()->FilterCmd[0]->ToolTipText().isEmpty());

@@ -33,8 +33,8 @@ const QString kXY = QStringLiteral("XY Stage");
 
 const QByteArray kCubes =
     R"("filters": [{"number": 1, "name": "NONE", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""},
-                   {"number": 3, "name": " U-FBW wide ", "reiki": 100, "dm": 5, "kyusyu": 101,
-                    "ex": "BP460-490", "dmName": "DM505", "ba": "BA510"}])";
+                   {"number": 3, "name": " BLUE-EX470 wide ", "reiki": 100, "dm": 5, "kyusyu": 101,
+                    "ex": "BP455-485", "dmName": "DM495", "ba": "LP505"}])";
 
 } // namespace
 
@@ -130,15 +130,15 @@ TEST(Opening, TheCubeIsShownInTheFormOfTheReadAndTheEventKeepsItsOwn) {
     MainRun run({file});
     frmMain* w = run.start();
     ASSERT_TRUE(rec.texts().isEmpty()) << rec.texts().join(QLatin1Char('|')).toStdString();
-    const QString tip = QStringLiteral("EX: BP460-490,  DM: DM505,  BA: BA510");
-    EXPECT_EQ(w->ui->FilterCmd[0]->Caption(), QStringLiteral("2: U-FBW wide"));
-    EXPECT_EQ(w->ui->FilterCmd[1]->Caption(), QStringLiteral("2 : U-FBW wide"));
+    const QString tip = QStringLiteral("EX: BP455-485,  DM: DM495,  BA: LP505");
+    EXPECT_EQ(w->ui->FilterCmd[0]->Caption(), QStringLiteral("2: BLUE-EX470 wide"));
+    EXPECT_EQ(w->ui->FilterCmd[1]->Caption(), QStringLiteral("2 : BLUE-EX470 wide"));
     EXPECT_EQ(w->ui->FilterCmd[0]->ToolTipText(), tip);
-    EXPECT_EQ(w->ui->FilterCmd[1]->ToolTipText(), QStringLiteral("U-FBW wide ") + tip);
+    EXPECT_EQ(w->ui->FilterCmd[1]->ToolTipText(), QStringLiteral("BLUE-EX470 wide ") + tip);
     EXPECT_TRUE(w->ui->usrMainPath->HasExColor());
     w->micEvent_OnPropertyChanged(QStringLiteral("AppFilterBlockCassettePosition:2"));
-    EXPECT_EQ(w->ui->FilterCmd[0]->Caption(), QStringLiteral("2 :  U-FBW wide "));
-    EXPECT_EQ(w->ui->FilterCmd[1]->Caption(), QStringLiteral("2: U-FBW"));
+    EXPECT_EQ(w->ui->FilterCmd[0]->Caption(), QStringLiteral("2 :  BLUE-EX470 wide "));
+    EXPECT_EQ(w->ui->FilterCmd[1]->Caption(), QStringLiteral("2: BLUE-EX470"));
     EXPECT_EQ(w->ui->FilterCmd[1]->ToolTipText(), QStringLiteral(" ") + tip);
 }
 

@@ -64,9 +64,9 @@ TEST(Selectors, TheObjectiveSelectorMovesTheNosepieceAndTheOpenPanelFollows) {
     pump();
     EXPECT_EQ(m.svc().NosepiecePosition(), 3);
     EXPECT_FALSE(m.ui()->picSelect->isVisible());
-    EXPECT_EQ(m.ui()->ObjCmd[0]->Caption(), QStringLiteral("3: UPLSAPO  UPLSAPO 20X"));
+    EXPECT_EQ(m.ui()->ObjCmd[0]->Caption(), QStringLiteral("3: PA  PlanApo 20x/0.75"));
     EXPECT_EQ(p->txtAdd->Address(), 3);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3 :UPLSAPO UPLSAPO 20X"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3 :PA PlanApo 20x/0.75"));
     EXPECT_TRUE(m.rec.texts().isEmpty()) << m.rec.texts().join('|').toStdString();
 }
 
@@ -79,7 +79,7 @@ TEST(Selectors, TheCubeAndCondenserSelectorsMoveTheirTurretsAndTheOpenPanelsFoll
     emit m.ui()->txtAdd->AddressPicked(4);
     pump();
     EXPECT_EQ(m.svc().FilterBlockCassettePosition(), 4);
-    EXPECT_EQ(cube->txtSel->Caption(), QStringLiteral("4 : U-FGW"));
+    EXPECT_EQ(cube->txtSel->Caption(), QStringLiteral("4 : GREEN-EX545"));
     m.ui()->downCon_Click();
     EXPECT_EQ(m.ui()->SelectDevice, 3);
     emit m.ui()->txtAdd->AddressPicked(5);
@@ -107,7 +107,7 @@ TEST(Selectors, APositionBeyondTheLimitsOrAStalledTurretGivesTheRefusalTextAndCh
     EXPECT_EQ(m.rec.texts(), (QStringList{QStringLiteral("Position_Change Limitation"),
                                           QStringLiteral("Position_Change TimeOut Error")}));
     EXPECT_EQ(m.svc().NosepiecePosition(), 2);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("2 :UPLSAPO  UPLSAPO 10X"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("2 :PA  PlanApo 10x/0.40"));
     EXPECT_TRUE(m.ui()->txtAdd->isEnabled());
 }
 
@@ -236,5 +236,5 @@ TEST(DeadService, APanelLeftOpenShowsItsTextAndTheWindowStaysUsable) {
     emit p->txtAdd->AddressPicked(4);
     pump();
     EXPECT_EQ(p->txtAdd->Address(), 4);
-    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 :UPLSAPO UPLSAPO 40X"));
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("4 :PA PlanApo 40x/0.95"));
 }

@@ -25,8 +25,8 @@ void fill(MainPanel& p)
     p.labMic->setCaption(QStringLiteral("Simulated Microscope"));
     twin(p.LightPathCmd, QStringLiteral("Binocular 100%"), QStringLiteral("Bino"));
     twin(p.ZoomCmd, QStringLiteral("1.5 x"), QStringLiteral("1.5 x"));
-    twin(p.FilterCmd, QStringLiteral("2 : GFP-B"), QStringLiteral("2: GFP"));
-    twin(p.ObjCmd, QStringLiteral("3: Plan Fluor  20x/0.50"), QStringLiteral("3 : 20x"));
+    twin(p.FilterCmd, QStringLiteral("3 : BLUE-EX470"), QStringLiteral("3: BLUE-EX470"));
+    twin(p.ObjCmd, QStringLiteral("3: PF  PlanFluor 20x/0.50"), QStringLiteral("3 : 20x"));
     twin(p.Zcmd, QStringLiteral("1234.55 um"), QStringLiteral("1234.55 um"));
     twin(p.CONcmd, QStringLiteral("2 : Phase Ph1"), QStringLiteral("2 : Phase Ph1"));
     twin(p.APcmd, QStringLiteral("12.5 mm"), QStringLiteral("12.5 mm"));
@@ -73,7 +73,7 @@ void smallSystem(MainPanel& p)
     p.usrMainPath->ShowShutterClose();
     p.ShutterCmd[1]->setCaption(QStringLiteral("CLOSE"));
     twin(p.FilterCmd, QStringLiteral("1 : NONE"), QStringLiteral("1: NONE"));
-    twin(p.ObjCmd, QStringLiteral("1: PLN  PLN 4X"), QStringLiteral("1 : 4x"));
+    twin(p.ObjCmd, QStringLiteral("1: PL  Plan 4x/0.10"), QStringLiteral("1 : 4x"));
     twin(p.CONcmd, QStringLiteral("1 : BF"), QStringLiteral("1 : BF"));
     twin(p.HBXField, QStringLiteral("5 mm"), QStringLiteral("5 mm"));
     twin(p.NDcmd, QStringLiteral("100 %"), QStringLiteral("100 %"));

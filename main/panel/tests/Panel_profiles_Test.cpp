@@ -44,8 +44,8 @@ TEST_F(ProfilesTest, TheFilterAreasOfTheDrawingChooseAndClearTheCubesColours) {
     const QString stand = writeDescription(QStringLiteral("cubes.json"),
         R"({"name": "Cubes", "units": ["Q7s"], "camera": null, "devices": {"FilterBlockCassette": {}},
             "filters": [{"number": 1, "name": "NONE", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""},
-                        {"number": 3, "name": "U-FBW", "reiki": 100, "dm": 5, "kyusyu": 101,
-                         "ex": "BP460-490", "dmName": "DM505", "ba": "BA510"},
+                        {"number": 3, "name": "BLUE-EX470", "reiki": 100, "dm": 5, "kyusyu": 101,
+                         "ex": "BP455-485", "dmName": "DM495", "ba": "LP505"},
                         {"number": 0, "name": "", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""}]})");
     connectStand(1, {stand});
     MainState& st = mainState();
@@ -68,7 +68,7 @@ TEST_F(ProfilesTest, TheFilterAreasOfTheDrawingChooseAndClearTheCubesColours) {
     EXPECT_EQ(FilterColor_Item(st.mFColor, 3).E_SET(), 1);
     // A right click goes back to the wavelength's colour.
     QTest::mouseClick(path, Qt::RightButton, Qt::NoModifier, path->colorAreaRect(1).center());
-    EXPECT_EQ(path->ExColor(), Wave_RGB(475));
+    EXPECT_EQ(path->ExColor(), Wave_RGB(470));
     EXPECT_EQ(FilterColor_Item(st.mFColor, 3).E_SET(), 0);
     // The BA button beside the drawing opens the barrier's picker; its strip gives a colour at once.
     QTest::mouseClick(panel->btnBa, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));

@@ -289,9 +289,9 @@ TEST_F(RelayoutTest, LongNamesBesideTheSelectorArrowsAreDrawnWholeAndShortOnesAt
     MainPanel& p = *panel;
     const double designed = p.ObjCmd[0]->font().pointSizeF();
     const struct { PanelLabel* label; usrButton* arrow; const char* text; } cases[] = {
-        {p.ObjCmd[0], p.downObj, "4: UPLSAPO  UPLSAPO 40X"},
-        {p.ObjCmd[0], p.downObj, "5: UPLSAPO  UPLSAPO 60XO"},
-        {p.FilterCmd[0], p.downFilter, "2 : U-FUW wide band"},
+        {p.ObjCmd[0], p.downObj, "4: PA  PlanApo 40x/0.95"},
+        {p.ObjCmd[0], p.downObj, "5: PA  PlanApo 60x/1.35 Oil"},
+        {p.FilterCmd[0], p.downFilter, "2 : UV-EX385 wide band"},
         {p.CONcmd[0], p.downCon, "4 : Phase Contrast Ph1"},
     };
     for (const auto& c : cases) {
@@ -300,7 +300,7 @@ TEST_F(RelayoutTest, LongNamesBesideTheSelectorArrowsAreDrawnWholeAndShortOnesAt
         EXPECT_LE(c.label->geometry().right(), c.arrow->geometry().left()) << c.text;
         EXPECT_GE(c.label->font().pointSizeF(), 8.0) << c.text;
     }
-    p.ObjCmd[0]->setCaption(QStringLiteral("1: PLN  PLN 4X"));
+    p.ObjCmd[0]->setCaption(QStringLiteral("1: PL  Plan 4x/0.10"));
     EXPECT_EQ(p.ObjCmd[0]->font().pointSizeF(), designed);
 }
 
@@ -345,8 +345,8 @@ void fillLongReadings(MainPanel& p)
     };
     both(p.LightPathCmd, QStringLiteral("Binocular 100%"), QStringLiteral("Binocular"));
     both(p.ZoomCmd, QStringLiteral("1.25 x"), QStringLiteral("1.25 x"));
-    both(p.FilterCmd, QStringLiteral("2 : GFP-B"), QStringLiteral("2 : GFP-B"));
-    both(p.ObjCmd, QStringLiteral("3: Plan Fluor  20x/0.50"), QStringLiteral("3 : 20x"));
+    both(p.FilterCmd, QStringLiteral("4 : GREEN-EX545"), QStringLiteral("4 : GREEN-EX545"));
+    both(p.ObjCmd, QStringLiteral("3: PF  PlanFluor 20x/0.50"), QStringLiteral("3 : 20x"));
     both(p.Zcmd, QStringLiteral("-12345.55 um"), QStringLiteral("-12345.55 um"));
     both(p.CONcmd, QStringLiteral("2 : Phase Ph1"), QStringLiteral("2 : Phase Ph1"));
     both(p.APcmd, QStringLiteral("12.5 mm"), QStringLiteral("12.5 mm"));

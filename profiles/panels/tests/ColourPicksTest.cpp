@@ -20,8 +20,8 @@ QString cubeStand() {
     const QString path = testHome() + QStringLiteral("/cubes.json");
     writeFile(path, R"({"name": "Cubes", "units": ["Q7s"], "camera": null, "devices": {"FilterBlockCassette": {}},
         "filters": [{"number": 1, "name": "NONE", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""},
-                    {"number": 3, "name": "U-FBW", "reiki": 100, "dm": 5, "kyusyu": 101,
-                     "ex": "BP460-490", "dmName": "DM505", "ba": "BA510"},
+                    {"number": 3, "name": "BLUE-EX470", "reiki": 100, "dm": 5, "kyusyu": 101,
+                     "ex": "BP455-485", "dmName": "DM495", "ba": "LP505"},
                     {"number": 7, "name": "Other", "reiki": 250, "dm": 0, "kyusyu": 250,
                      "ex": "EX470/40", "dmName": "", "ba": "BA520"},
                     {"number": 0, "name": "", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""}]})");
@@ -56,8 +56,8 @@ protected:
 } // namespace
 
 TEST_F(ColourTest, TheCubeShowsItsWavelengthsColoursUntilTheOperatorChooses) {
-    EXPECT_EQ(path.ExColor(), Wave_RGB(475));
-    EXPECT_EQ(path.BaColor(), Wave_RGB(510));
+    EXPECT_EQ(path.ExColor(), Wave_RGB(470));
+    EXPECT_EQ(path.BaColor(), Wave_RGB(505));
     EXPECT_EQ(colourLine(3), QByteArray("3,16777215,16777215,0,0\r"));
 }
 
@@ -96,7 +96,7 @@ TEST_F(ColourTest, ClearingAChoiceGoesBackToTheWavelengthsColour) {
     ColourPicks::Choose(mainState(), &path, ColourPicks::Barrier, &path, 0);
     EXPECT_EQ(path.BaColor(), 0x00FF00);
     ColourPicks::Clear(mainState(), &path, ColourPicks::Barrier);
-    EXPECT_EQ(path.BaColor(), Wave_RGB(510));
+    EXPECT_EQ(path.BaColor(), Wave_RGB(505));
     EXPECT_EQ(colourLine(3), QByteArray("3,16777215,16777215,0,0\r"));
 }
 
@@ -143,7 +143,7 @@ TEST_F(ColourTest, ThePickersStripRunsThroughTheFiltersWavelengthsAndAClickTakes
     QDir().mkpath(testHome() + QStringLiteral("/screens"));
     EXPECT_TRUE(picker->grab().save(testHome() + QStringLiteral("/screens/colour-picker-ex.png")));
     int32_t left = 0, right = 0;
-    Strip_Set(460, 490, left, right);
+    Strip_Set(455, 485, left, right);
     const int w = picker->strip->width();
     EXPECT_EQ(picker->strip->colorAt(0), left);
     EXPECT_EQ(picker->strip->colorAt(w / 2), Strip_LineColor(left, right, w, w / 2));
@@ -168,7 +168,7 @@ TEST_F(ColourTest, ThePickersColourButtonAsksTheDialogAndACancelKeepsMinusOne) {
     picker = ColourPicker::open(ColourPicks::Barrier, &path, &anchor);
     ASSERT_NE(picker, nullptr);
     QTest::mouseClick(picker->btnWave, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
-    EXPECT_EQ(path.BaColor(), Wave_RGB(510));
+    EXPECT_EQ(path.BaColor(), Wave_RGB(505));
     EXPECT_EQ(colourLine(3), QByteArray("3,16777215,16777215,0,0\r"));
     EXPECT_EQ(answer.asked().size(), 1);
 }
@@ -184,8 +184,8 @@ TEST_F(ColourTest, ACubeCodedTwoHundredFiftyLeavesTheDrawingUntouchedAndOffersNo
     int32_t l = 0, r = 0;
     ColourPicks::Color_Set(mainState(), &path, ColourPicks::Excitation, l, r);
     ColourPicks::Color_Set(mainState(), &path, ColourPicks::Barrier, l, r);
-    EXPECT_EQ(path.ExColor(), Wave_RGB(475));
-    EXPECT_EQ(path.BaColor(), Wave_RGB(510));
+    EXPECT_EQ(path.ExColor(), Wave_RGB(470));
+    EXPECT_EQ(path.BaColor(), Wave_RGB(505));
     usrButton anchor;
     EXPECT_EQ(ColourPicker::open(ColourPicks::Barrier, &path, &anchor), nullptr);
 }
