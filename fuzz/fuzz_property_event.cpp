@@ -15,18 +15,23 @@
 #include <memory>
 
 namespace {
+// The application, the service and the window live until the process ends
+// and are never destroyed: at exit the toolkit's own globals go first, and a
+// window or application torn down after them would touch what is gone.
 frmMain& window() {
-    static int argc = 3;
-    static char name[] = "fuzz_property_event", platform[] = "-platform", offscreen[] = "offscreen";
-    static char* argv[] = {name, platform, offscreen, nullptr};
-    static QApplication app(argc, argv);
-    static MsgBox::Recorder messages;   // boxes are recorded, never shown
-    static SimulatedService service(StandClock::instant(), QStringList());
-    static std::unique_ptr<frmMain> w = [] {
+    static frmMain* w = [] {
+        static int argc = 3;
+        static char name[] = "fuzz_property_event", platform[] = "-platform", offscreen[] = "offscreen";
+        static char* argv[] = {name, platform, offscreen, nullptr};
+        static QApplication* app = new QApplication(argc, argv);
+        static MsgBox::Recorder* boxes = new MsgBox::Recorder;   // boxes are recorded, never shown
+        (void)app;
+        (void)boxes;
+        static SimulatedService* service = new SimulatedService(StandClock::instant(), QStringList());
         ServiceSource::setMaker([]() -> std::unique_ptr<MicroscopeService> {
-            return std::make_unique<SimulatedMicroscope>(&service);
+            return std::make_unique<SimulatedMicroscope>(service);
         });
-        auto f = std::make_unique<frmMain>(QStringList{QStringLiteral("zentor"), QStringLiteral("/SIM")});
+        auto* f = new frmMain(QStringList{QStringLiteral("zentor"), QStringLiteral("/SIM")});
         f->show();
         QElapsedTimer t;
         t.start();

@@ -2,6 +2,7 @@
 // text with a reply or a refusal, and the replies the panel takes apart keep
 // their documented form (rOPR: the signed count in its last 8 characters,
 // rXPR: X in characters 2 to 8 and Y in 9 to 15, rSPR: a decimal count).
+// A refusal has a form of its own, the command, "!,E" and its code.
 #include "core/base/RunTimeError.h"
 #include "stand/SimulatedMicroscope.h"
 
@@ -33,6 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } catch (const RunTimeError&) {
         return 0;   // refused
     }
+    if (reply.contains(QLatin1String("!,E")))
+        return 0;   // the controller refused: there is no value to take apart
     bool ok = true;
     if (command.startsWith(QLatin1String("rOPR")) && !reply.isEmpty())
         reply.right(8).trimmed().toInt(&ok);

@@ -48,6 +48,7 @@ done
 
 status=0
 export ASAN_OPTIONS=detect_leaks=1
+export LSAN_OPTIONS="suppressions=$here/lsan.supp:print_suppressions=0"
 # The INI writes sync their file; on a memory file system that costs nothing.
 scratch_root=/tmp
 if [ -d /dev/shm ] && [ -w /dev/shm ]; then scratch_root=/dev/shm; fi

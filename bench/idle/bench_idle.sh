@@ -9,18 +9,26 @@
 # - X requests the panel sends over 10 s, counted by running it through the
 #   xtrace proxy (a run of its own, so that the proxy's cost stays out of the
 #   CPU figure).
+# The same with every device panel open (idle_panels: the real window and
+# panels, each opened as its twin button opens it).
 # Baseline of the same run: xlogo, an X client that draws once and waits.
 # Target: under 1 % of a core and no X requests while nothing changes.
 #
-# usage: bench_idle [ZENTOR_EXE] [SERVICE_EXE] [BUS_CONF]   (defaults: this build)
-# ZENTOR_BENCH_IDLE_SECONDS changes the 10 s window.
+# usage: bench_idle [ZENTOR_EXE] [SERVICE_EXE] [BUS_CONF] [PANELS_EXE]   (defaults: this build)
+# ZENTOR_BENCH_IDLE_SECONDS changes the 10 s window, ZENTOR_BENCH_IDLE_MODES
+# the service modes measured ("bus inprocess").
 set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 exe=${1:-@ZENTOR_EXE@}
 service=${2:-@ZENTOR_SERVICE_EXE@}
 busconf=${3:-@ZENTOR_BUS_CONF@}
+panels_exe=${4:-@ZENTOR_PANELS_EXE@}
 descriptions=@ZENTOR_DESCRIPTIONS@
 window=${ZENTOR_BENCH_IDLE_SECONDS:-10}
+# Seconds between the connected caption and the window: the fiber lamp's
+# warm-up (3 s from its connection, which comes after the caption) is a change
+# the panel draws, not rest.
+settle=${ZENTOR_BENCH_IDLE_SETTLE:-8}
 hz=$(getconf CLK_TCK)
 # The panel draws on the X server of each case, whatever the caller set.
 export QT_QPA_PLATFORM=xcb
@@ -78,19 +86,20 @@ fresh_home() { # -> sets home and exports the settings folders below it
   export XDG_DATA_HOME=$home/data XDG_CONFIG_HOME=$home/config XDG_RUNTIME_DIR=$home/run HOME=$home/home
 }
 
-wait_caption() { # file pid
+wait_caption() { # file pid [pattern]
   for _ in $(seq 1 300); do
-    grep -q 'caption: Zentor  \[ ' "$1" 2>/dev/null && return 0
+    grep -q "${3:-caption: Zentor  \[ }" "$1" 2>/dev/null && return 0
     kill -0 "$2" 2>/dev/null || return 1
     sleep 0.1
   done
   return 1
 }
 
-# run_case MODE LOOK: one measured window of CPU, one of X requests.
+# run_case MODE LOOK [panels]: one measured window of CPU, one of X requests.
 run_case() {
-  local mode=$1 look=$2 args=(/SIM) home log pid spid=""
+  local mode=$1 look=$2 args=(/SIM) home log pid spid="" exe=$exe ready='caption: Zentor  \[ '
   [ "$look" = compact ] && args+=(/C)
+  if [ "${3:-}" = panels ]; then exe=$panels_exe ready='panels open:'; look="$look+panels"; fi
   fresh_home
   start_x
   unset ZENTOR_SERVICE DBUS_SESSION_BUS_ADDRESS
@@ -110,11 +119,11 @@ run_case() {
   DISPLAY=$xdisplay ZENTOR_PRINT_CAPTION=1 "$exe" "${args[@]}" 2>"$log" &
   pid=$!
   pids+=("$pid")
-  if ! wait_caption "$log" "$pid"; then
+  if ! wait_caption "$log" "$pid" "$ready"; then
     echo "$mode $look: no connected caption: $(tail -n 3 "$log")"
     return
   fi
-  sleep 2
+  sleep "$settle"
   local a0 s0 x0 a1 s1 x1
   a0=$(ticks "$pid"); x0=$(ticks "$xpid"); s0=0; [ -n "$spid" ] && s0=$(ticks "$spid")
   sleep "$window"
@@ -129,8 +138,8 @@ run_case() {
   tpid=$!
   pids+=("$tpid")
   local requests="n/a"
-  if wait_caption "$log" "$tpid"; then
-    sleep 2
+  if wait_caption "$log" "$tpid" "$ready"; then
+    sleep "$settle"
     r0=$(grep -c ':<:' "$trace")
     sleep "$window"
     r1=$(grep -c ':<:' "$trace")
@@ -138,7 +147,7 @@ run_case() {
   fi
   stop_traced "$tpid"
 
-  printf '%-10s %-8s panel CPU %6s %%  service CPU %6s %%  X server CPU %6s %%  X requests %s in %s s\n' \
+  printf '%-10s %-15s panel CPU %6s %%  service CPU %6s %%  X server CPU %6s %%  X requests %s in %s s\n' \
     "$mode" "$look" "$(percent $((a1 - a0)))" "$( [ -n "$spid" ] && percent $((s1 - s0)) || echo '-')" \
     "$(percent $((x1 - x0)))" "$requests" "$window"
   [ -n "$spid" ] && kill "$spid" 2>/dev/null
@@ -161,7 +170,7 @@ baseline() {
   sleep 2
   r0=$(grep -c ':<:' "$trace"); sleep "$window"; r1=$(grep -c ':<:' "$trace")
   stop_traced "$tpid"
-  printf '%-10s %-8s panel CPU %6s %%  X requests %s in %s s\n' baseline xlogo "$(percent $((a1 - a0)))" \
+  printf '%-10s %-15s panel CPU %6s %%  X requests %s in %s s\n' baseline xlogo "$(percent $((a1 - a0)))" \
     "$((r1 - r0))" "$window"
   kill "$xpid" 2>/dev/null
   wait 2>/dev/null
@@ -169,8 +178,9 @@ baseline() {
 
 echo "idle panel, ${window} s windows, $(nproc) cores, load $(cut -d' ' -f1-3 /proc/loadavg)"
 baseline
-for mode in bus inprocess; do
+for mode in ${ZENTOR_BENCH_IDLE_MODES:-bus inprocess}; do
   for look in large compact; do
     run_case "$mode" "$look"
   done
+  run_case "$mode" large panels
 done

@@ -26,7 +26,8 @@ void frmMain::attachFiber() {
     ui->btnFiberClose->setAccessibleName(QStringLiteral("Disconnect the fiber illuminator"));
     ui->btnFiberRStatus->setAccessibleName(QStringLiteral("Read the fiber illuminator's state"));
     ui->lstFiber->setAccessibleName(QStringLiteral("Fiber illuminator port"));
-    // Until an illuminator is connected, its frames and drawing stay away.
+    // The fiber frames appear with the first connection attempt (the quiet
+    // one of the first activation), found or not.
     setFrames(ui->frmFiber, false);
 }
 
@@ -115,13 +116,18 @@ void frmMain::btnFiberClose_Click() {
     Fiber_Display();
 }
 
+// The frames are always shown; without a connected illuminator they read
+// "None" and the drawing has no fiber to mark.
 void frmMain::Fiber_Display() {
     const FiberState& f = fiberState();
     const bool there = cFiber && f.FiberUnit == 1;
-    setFrames(ui->frmFiber, there);
+    setFrames(ui->frmFiber, true);
     ui->usrMainPath->ShowFiber(there);
-    if (!there)
+    if (!there) {
+        ui->FiberTxt[0]->setCaption(mdlFiber::ND_Text(0));
+        ui->FiberTxt[1]->setCaption(mdlFiber::ND_Text(0));
         return;
+    }
     try {
         const QString text = mdlFiber::ND_Text(cFiber->NDPosition());
         ui->FiberTxt[0]->setCaption(text);

@@ -4,6 +4,8 @@
 // counts are asserted, never a time.
 #include "MainWindowTestSupport.h"
 #include "main/widgets/usrPath_M.h"
+#include "panels/SubPanels.h"
+#include "state/FormRegistry.h"
 
 #include <QEvent>
 #include <QSet>
@@ -12,11 +14,17 @@
 
 namespace {
 
-// Counts the events of the window and of every widget inside it that mean
+// Counts the events of the windows and of every widget inside them that mean
 // work: a paint, a relayout, a timer firing.
 class WorkCounter : public QObject {
 public:
-    explicit WorkCounter(QWidget* window) : m_window(window) { qApp->installEventFilter(this); }
+    explicit WorkCounter(QWidget* window) : WorkCounter(QList<QWidget*>{window}) {}
+    explicit WorkCounter(const QList<QWidget*>& windows)
+    {
+        for (QWidget* w : windows)
+            m_windows.insert(w);
+        qApp->installEventFilter(this);
+    }
     ~WorkCounter() override { qApp->removeEventFilter(this); }
     int paints = 0;
     int relayouts = 0;
@@ -27,10 +35,7 @@ public:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override
     {
-        auto* w = qobject_cast<QWidget*>(watched);
-        const bool ours = w ? (w == m_window || m_window->isAncestorOf(w))
-                            : (watched == m_window || isInside(watched));
-        if (!ours)
+        if (!isInside(watched))
             return false;
         switch (event->type()) {
         case QEvent::Paint:
@@ -55,25 +60,27 @@ protected:
 private:
     bool isInside(QObject* o) const
     {
-        for (QObject* p = o ? o->parent() : nullptr; p; p = p->parent())
-            if (p == m_window)
+        for (QObject* p = o; p; p = p->parent())
+            if (m_windows.contains(p))
                 return true;
         return false;
     }
-    QWidget* m_window;
+    QSet<QObject*> m_windows;
 };
 
 // Lets the window settle after a change, then counts what it does during a
 // second in which nothing changes.
-void expectNothingDoneAtRest(frmMain* w, const char* look)
+void expectNothingDoneAtRest(const QList<QWidget*>& windows, const char* look)
 {
     pump(500);
-    WorkCounter counter(w);
+    WorkCounter counter(windows);
     pump(1000);
     EXPECT_EQ(counter.paints, 0) << look << ": painted " << counter.painted.join(QStringLiteral(", ")).toStdString();
     EXPECT_EQ(counter.relayouts, 0) << look;
     EXPECT_EQ(counter.timers, 0) << look;
 }
+
+void expectNothingDoneAtRest(frmMain* w, const char* look) { expectNothingDoneAtRest(QList<QWidget*>{w}, look); }
 
 } // namespace
 
@@ -105,4 +112,25 @@ TEST(AtRest, AConnectedWindowPaintsNothingWhileNoDeviceChanges)
     EXPECT_EQ(run.ui()->ShutterCmd[0]->HintShown(), open ? QStringLiteral("CLOSE") : QStringLiteral("OPEN"));
     // ... and the window is at rest again afterwards.
     expectNothingDoneAtRest(w, "after a change");
+}
+
+TEST(AtRest, EveryOpenDevicePanelIsAtRestWithTheWindow)
+{
+    MsgBox::Recorder rec;
+    MainRun run({standFile("full-system.json")});
+    frmMain* w = run.start({QStringLiteral("/SIM")});
+    ASSERT_TRUE(mainState().MicConnected);
+    QList<QWidget*> windows{w};
+    QStringList opened;
+    for (const QString& name : SubPanels::order()) {
+        if (QWidget* panel = SubPanels::open(name, 0)) {
+            windows << panel;
+            opened << name;
+        }
+    }
+    // The full stand has every device with a panel (the fiber has its own server).
+    EXPECT_GE(opened.size(), SubPanels::order().size() - 1) << opened.join(QLatin1Char(' ')).toStdString();
+    expectNothingDoneAtRest(windows, "every panel open");
+    for (const QString& name : opened)
+        EXPECT_TRUE(FormRegistry::loaded(name) && FormRegistry::loaded(name)->isVisible()) << name.toStdString();
 }

@@ -53,7 +53,11 @@ TEST(MainFiber, AtStartAMissingIlluminatorIsNotReportedAndItsButtonsWaitForIt) {
     EXPECT_TRUE(ui->btnFiberOpen->isEnabled());
     EXPECT_FALSE(ui->btnFiberClose->isEnabled());
     EXPECT_TRUE(ui->btnFiberRStatus->isEnabled());
-    EXPECT_TRUE(ui->frmFiber[0]->isHidden());
+    // The frames are there, with nothing to read.
+    EXPECT_FALSE(ui->frmFiber[0]->isHidden());
+    EXPECT_FALSE(ui->frmFiber[1]->isHidden());
+    EXPECT_EQ(ui->FiberTxt[0]->Caption(), "None");
+    EXPECT_EQ(ui->FiberTxt[1]->Caption(), "None");
     EXPECT_FALSE(ui->usrMainPath->FiberShown());
     // Asked by the operator, the absence is reported.
     boxes.clear();
@@ -130,7 +134,8 @@ TEST(MainFiber, CloseDisconnectsAndReturnsTheButtonsToTheirFirstState) {
     EXPECT_TRUE(ui->btnFiberOpen->isEnabled());
     EXPECT_FALSE(ui->btnFiberClose->isEnabled());
     EXPECT_EQ(ui->lstFiber->count(), 0);
-    EXPECT_TRUE(ui->frmFiber[0]->isHidden());
+    EXPECT_FALSE(ui->frmFiber[0]->isHidden());
+    EXPECT_EQ(ui->FiberTxt[0]->Caption(), "None");
     EXPECT_FALSE(ui->usrMainPath->FiberShown());
     EXPECT_EQ(FormRegistry::loaded(QStringLiteral("frmSubFiber")), nullptr);
     // And open connects again.

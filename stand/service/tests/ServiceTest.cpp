@@ -503,6 +503,26 @@ TEST_F(ServiceTest, WithoutTheOptionTheFaultInterfaceIsNotThere)
     DBusMicroscopeService s;
     s.Connect(0);
     EXPECT_EQ(s.DeviceStatus(UnitIndex::Q7s), 1);   // the unit was not killed
+
+    // Nor can anyone trip the fiber illuminator's safety sensors.
+    QDBusMessage trip = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
+                                                       ZentorBus::ControlInterface, QStringLiteral("SetSensor"));
+    trip << QStringLiteral("Interlock_Status") << QVariant::fromValue<short>(0);
+    const QDBusMessage refused = bus.call(trip);
+    EXPECT_EQ(refused.errorName(), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
+    EXPECT_TRUE(refused.errorMessage().contains(QStringLiteral("--enable-fault-injection")));
+    QDBusMessage fiberIntro = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
+                                                             QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                                             QStringLiteral("Introspect"));
+    EXPECT_FALSE(bus.call(fiberIntro).arguments().value(0).toString().contains(ZentorBus::ControlInterface));
+    QDBusMessage connect = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
+                                                          ZentorBus::FiberInterface, QStringLiteral("Connect"));
+    connect << 1000;
+    ASSERT_EQ(bus.call(connect).type(), QDBusMessage::ReplyMessage);
+    QDBusMessage status = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
+                                                         ZentorBus::FiberInterface, QStringLiteral("Status"));
+    status << QStringLiteral("Interlock_Status");
+    EXPECT_EQ(bus.call(status).arguments().value(0).toInt(), 1);   // the interlock was not tripped
 }
 
 TEST_F(ServiceTest, FaultRequestsBeyondTheirBoundsAreRefused)
