@@ -2,11 +2,11 @@
 // text with a reply or a refusal, and the replies the panel takes apart keep
 // their documented form (rOPR: the signed count in its last 8 characters,
 // rXPR: X in characters 2 to 8 and Y in 9 to 15, rSPR: a decimal count).
-// A refusal has a form of its own, the command, "!,E" and its code.
 #include "core/base/RunTimeError.h"
 #include "stand/SimulatedMicroscope.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -34,14 +34,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } catch (const RunTimeError&) {
         return 0;   // refused
     }
-    if (reply.contains(QLatin1String("!,E")))
-        return 0;   // the controller refused: there is no value to take apart
+    // A refusal ("rOPR!,E06 ...") and an unknown text ("ERR,...") have forms
+    // of their own: only a command the controller knows answers a value.
+    if (reply.contains(QLatin1String("!,E")) || reply.startsWith(QLatin1String("ERR,")))
+        return 0;
+    static const QRegularExpression kAddressed(QStringLiteral("^(rOPR|rXPR)\\d{1,3}$"));
+    const QString known = command.trimmed();   // as the controller reads it
+    const QRegularExpressionMatch addressed = kAddressed.match(known);
     bool ok = true;
-    if (command.startsWith(QLatin1String("rOPR")) && !reply.isEmpty())
+    if (addressed.hasMatch() && addressed.captured(1) == QLatin1String("rOPR")) {
         reply.right(8).trimmed().toInt(&ok);
-    else if (command == QLatin1String("rSPR"))
+    } else if (known == QLatin1String("rSPR")) {
         reply.trimmed().toInt(&ok);
-    else if (command.startsWith(QLatin1String("rXPR")) && !reply.isEmpty()) {
+    } else if (addressed.hasMatch()) {
         bool x = false, y = false;
         reply.mid(1, 7).trimmed().toInt(&x);
         reply.mid(8, 7).trimmed().toInt(&y);
