@@ -95,7 +95,7 @@ for t in $built; do
         call 7 $ctl EmitEvents '\015AppLampIsOn:1\012\000\000\000'; } >"$corpus/seed-faults"
       { printf '\001'; call 3 org.zentor.Fiber Connect '\350\003\000\000'
         call 3 org.zentor.Fiber ShutterOpenTimed '\000\000\000\000\000\000\340\077'
-        call 3 $ctl SetSensor '\020Interlock_Status\000\000'; } >"$corpus/seed-fiber"
+        call 3 org.zentor.Fiber.Control SetSensor '\020Interlock_Status\000\000'; } >"$corpus/seed-fiber"
       { printf '\000'; call 7 org.freedesktop.DBus.Introspectable Introspect ''; } >"$corpus/seed-introspect" ;;
   esac
   bin=$(find "$build" -type f -name "$t" -perm -u+x | head -n 1)

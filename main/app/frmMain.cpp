@@ -9,6 +9,7 @@
 #include "state/UiHelpers.h"
 #include "core/base/VbConvert.h"
 #include "core/base/mdlCommon.h"
+#include "core/service/dbus/BusLayout.h"
 #include "state/mdlReadStatus.h"
 #include "core/settings/SettingsPaths.h"
 #include "main/app/SelScopeDlg.h"
@@ -199,6 +200,16 @@ void frmMain::Form_Load() {
         ui->usrMainPath->setScopeType(0);
         ui->usrMainPath->setPathState(0);
         ui->usrMainPath->setLampState(0);
+    } catch (const RunTimeError& e) {
+        // A service of an interface version this panel cannot use says so in
+        // a sentence naming both versions, and the panel closes after it:
+        // there is nothing it could drive there.
+        if (e.number() == ZentorBus::IncompatibleService) {
+            MsgBox::show(e.description(), MsgBox::OKOnly, MsgBox::Critical);
+            SelectedMic = -3;
+        } else {
+            MsgBox::show(QStringLiteral("Get Device_Name Error"));
+        }
     } catch (const std::exception&) {
         MsgBox::show(QStringLiteral("Get Device_Name Error"));
     }

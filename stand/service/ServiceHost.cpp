@@ -125,12 +125,19 @@ QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& val
 using InterfaceList = QVector<QPair<QString, const QVector<Method>*>>;
 
 // The answer to a fault-injection call of a service that does not offer it.
-QDBusMessage faultInjectionNotOffered(const QDBusMessage& msg)
+QDBusMessage faultInjectionNotOffered(const QDBusMessage& msg, const QString& interface)
 {
     return msg.createErrorReply(
         QDBusError::UnknownInterface,
         QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
-            .arg(ZentorBus::ControlInterface));
+            .arg(interface));
+}
+
+// The answer to InterfaceVersion: the version of the interface files this
+// service was built with.
+QDBusMessage versionReply(const QDBusMessage& msg, const QString& interface)
+{
+    return msg.createReply(QVariant(ZentorBus::interfaceInfo(interface).version));
 }
 
 // A SetSpeedFactor beyond the bounds of ServiceHost: its refusal, else none.
@@ -163,10 +170,9 @@ public:
 
     QString introspect(const QString&) const override
     {
-        QString xml = ZentorBus::interfaceXml(ZentorBus::DeviceInterface,
-                                              ZentorBus::deviceServiceMethods() + ZentorBus::deviceMethods(), true);
+        QString xml = ZentorBus::interfaceXml(ZentorBus::DeviceInterface);
         if (m_host->faultInjection())
-            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::controlMethods(), false);
+            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface);
         return xml;
     }
 
@@ -181,7 +187,7 @@ public:
         if (!f.method)
             return false;   // introspection and peer calls; anything else is unknown
         if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(faultInjectionNotOffered(msg));
+            bus.send(faultInjectionNotOffered(msg, f.interface));
             return true;
         }
         const Method& m = *f.method;
@@ -397,7 +403,7 @@ public:
 
     QString introspect(const QString&) const override
     {
-        return ZentorBus::interfaceXml(ZentorBus::ManagerInterface, ZentorBus::managerMethods(), false);
+        return ZentorBus::interfaceXml(ZentorBus::ManagerInterface);
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
@@ -415,6 +421,8 @@ public:
         const QStringList names = service->deviceNames();
         if (m.name == QLatin1String("Ping")) {
             bus.send(msg.createReply());
+        } else if (m.name == QLatin1String("InterfaceVersion")) {
+            bus.send(versionReply(msg, ZentorBus::ManagerInterface));
         } else if (m.name == QLatin1String("GetDeviceNames")) {
             bus.send(msg.createReply(QVariant::fromValue(names)));
         } else if (m.name == QLatin1String("IsDeviceAvailable")) {
@@ -451,26 +459,30 @@ public:
 
     QString introspect(const QString&) const override
     {
-        QString xml = ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true);
+        QString xml = ZentorBus::interfaceXml(ZentorBus::FiberInterface);
         if (m_host->faultInjection())
-            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::fiberControlMethods(), false);
+            xml += ZentorBus::interfaceXml(ZentorBus::FiberControlInterface);
         return xml;
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
     {
         static const InterfaceList interfaces = {{ZentorBus::FiberInterface, &ZentorBus::fiberMethods()},
-                                                 {ZentorBus::ControlInterface, &ZentorBus::fiberControlMethods()}};
+                                                 {ZentorBus::FiberControlInterface, &ZentorBus::fiberControlMethods()}};
         const Found f = lookUp(msg, interfaces);
         if (!f.method)
             return false;
-        if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(faultInjectionNotOffered(msg));
+        if (f.interface == ZentorBus::FiberControlInterface && !m_host->faultInjection()) {
+            bus.send(faultInjectionNotOffered(msg, f.interface));
             return true;
         }
         const Method& m = *f.method;
         if (msg.signature() != m.in) {
             bus.send(invalidArgs(msg, m));
+            return true;
+        }
+        if (m.name == QLatin1String("InterfaceVersion")) {
+            bus.send(versionReply(msg, ZentorBus::FiberInterface));
             return true;
         }
         if (m.name == QLatin1String("SetSpeedFactor") && speedFactorRefused(msg.arguments().at(0).toDouble(), msg, bus))

@@ -9,6 +9,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QEventLoop>
 #include <QDBusObjectPath>
+#include <QHash>
 #include <QMetaType>
 
 namespace {
@@ -63,7 +64,7 @@ QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
                            QStringLiteral("No session bus: ") + m_bus.lastError().message());
     // The caller waits as for any device call (blockingWait): the bus's
     // events, timers and painting go on meanwhile.
-    QDBusPendingCallWatcher pending(m_bus.asyncCall(message, kCallTimeoutMs));
+    QDBusPendingCallWatcher pending(m_bus.asyncCall(message, m_timeoutMs));
     if (!pending.isFinished()) {
         QEventLoop loop;
         QObject::connect(&pending, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
@@ -82,12 +83,52 @@ QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
     return reply;
 }
 
+namespace {
+
+// The reply's signature must be the one the interface files give the member
+// (the manager's and the device's members share no name of different type).
+void checkReplyType(const QDBusMessage& reply, const QString& member)
+{
+    static const QHash<QString, QString> outOf = [] {
+        QHash<QString, QString> map;
+        for (const auto* list : {&ZentorBus::managerMethods(), &ZentorBus::deviceServiceMethods(),
+                                 &ZentorBus::deviceMethods()})
+            for (const ZentorBus::Method& m : *list)
+                map.insert(m.name, m.out);
+        return map;
+    }();
+    const auto it = outOf.constFind(member);
+    if (it == outOf.constEnd())
+        return;
+    const QString problem = ZentorBus::replyTypeProblem(member, *it, reply.signature());
+    if (!problem.isEmpty())
+        throw RunTimeError(RunTimeError::ServiceFailure, problem);
+}
+
+} // namespace
+
+void DBusMicroscopeService::ensureCompatible()
+{
+    if (!m_version.isEmpty())
+        return;
+    m_version = ZentorBus::askVersion(
+        [this] {
+            return exchange(QDBusMessage::createMethodCall(m_serviceName, ZentorBus::ManagerPath,
+                                                           ZentorBus::ManagerInterface,
+                                                           QStringLiteral("InterfaceVersion")));
+        },
+        QStringLiteral("The microscope service on the bus (%1)").arg(m_serviceName), ZentorBus::ManagerInterface);
+}
+
 QDBusMessage DBusMicroscopeService::callManager(const QString& member, const QVariantList& args)
 {
+    ensureCompatible();
     QDBusMessage msg = QDBusMessage::createMethodCall(m_serviceName, ZentorBus::ManagerPath,
                                                       ZentorBus::ManagerInterface, member);
     msg.setArguments(args);
-    return exchange(msg);
+    const QDBusMessage reply = exchange(msg);
+    checkReplyType(reply, member);
+    return reply;
 }
 
 QVariant DBusMicroscopeService::callDevice(const char* member, const QVariantList& args)
@@ -99,6 +140,7 @@ QVariant DBusMicroscopeService::callDevice(const char* member, const QVariantLis
                                                       QLatin1String(member));
     msg.setArguments(args);
     const QDBusMessage reply = exchange(msg);
+    checkReplyType(reply, msg.member());
     const QVariantList out = reply.arguments();
     return out.isEmpty() ? QVariant() : out.first();
 }

@@ -8,6 +8,11 @@
 // held back (all but an escape, while a panel opens a way for it). Failures
 // throw RunTimeError with the service's 32-bit code.
 //
+// Before its first call the client asks the service for its interface version
+// and refuses one it cannot use (ZentorBus::IncompatibleService, with a sentence saying
+// which versions); every answer must have the type the interface file gives,
+// else the call fails with a sentence naming the member and both types.
+//
 // Connect() binds the client to the service process that answered it (its
 // unique bus name). When that process dies, every later call fails and
 // DeviceStatus throws, so the application's liveness check notices; the
@@ -37,6 +42,11 @@ public:
     QString boundService() const { return m_peer; }
     // An empty round trip to the connected microscope's object (bench).
     void Ping();
+    // How long one call may wait for its answer (kCallTimeoutMs unless set):
+    // the conformance program bounds a move that never ends.
+    void setCallTimeout(int ms) { m_timeoutMs = ms; }
+    // The version the service answered, after the first call; empty before.
+    QString serviceVersion() const { return m_version; }
 
     void Connect(int16_t index) override;
     void Disconnect() override;
@@ -161,11 +171,15 @@ private:
     QVariant callDevice(const char* member, const QVariantList& args = {});
     // Sends, waits with the user's input held back, throws on an error reply.
     QDBusMessage exchange(QDBusMessage message);
+    // Asks the service's interface version once; throws when it cannot serve us.
+    void ensureCompatible();
     void unsubscribe();
 
     QDBusConnection m_bus;
     QString m_serviceName;
     QString m_peer;     // unique name of the process bound by Connect
     QString m_path;     // object path of the connected microscope
+    QString m_version;  // the service's interface version, once asked
+    int m_timeoutMs = kCallTimeoutMs;
     bool m_subscribed = false;
 };

@@ -1,12 +1,14 @@
 // The cases every MicroscopeService implementation must pass. Moves run on an
 // instant clock except where positions streaming during a move are the point.
-#include "core/service/tests/conformance/ConformanceRig.h"
+#include "core/service/conformance/suite/ConformanceRig.h"
 
 #include "core/base/VbConvert.h"
+#include "core/service/conformance/StandChecks.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -851,6 +853,25 @@ CONFORMANCE_CASE(BadValuesAndIndicesAreRefusedAndChangeNothing) {
     EXPECT_EQ(c.svc.CondenserCassettePosition(), 1);
     EXPECT_EQ(c.svc.ObservationName(7), "");
     EXPECT_DOUBLE_EQ(c.svc.CustomValue(12, 7, 1), 0);
+}
+
+// --- the checks of zentor-conformance ------------------------------------------------------
+// What the program judges a driver of a real stand by holds for every shipped
+// stand of every implementation, moves included.
+CONFORMANCE_CASE(TheConformanceProgramsChecksPassOnEveryShippedStand) {
+    QStringList paths;
+    for (const QFileInfo& f : QDir(QStringLiteral(ZENTOR_STAND_DESCRIPTIONS))
+                                  .entryInfoList({QStringLiteral("*.json")}, QDir::Files, QDir::Name))
+        paths << f.absoluteFilePath();
+    ASSERT_GE(paths.size(), 8);
+    Conformance c(factory, paths);
+    for (int16_t i = 0; i <= paths.size(); ++i) {
+        CheckReport report;
+        StandChecks(c.svc, i, report).run();
+        EXPECT_EQ(report.failures(), 0) << "microscope " << i << ":\n"
+                                        << report.failedLines().join(QLatin1Char('\n')).toStdString();
+        EXPECT_GE(report.count(CheckLine::Verdict::Pass), 15) << "microscope " << i;
+    }
 }
 
 // --- fiber illuminator -----------------------------------------------------------------

@@ -1,0 +1,22 @@
+#pragma once
+// The checks of a service on the bus that its answers alone cannot show: the
+// interface version it tells, and whether what it says of itself by
+// introspection agrees with Zentor's interface files (every member there,
+// with the argument types of the file, and nothing else in their names).
+#include "core/service/conformance/CheckReport.h"
+
+#include <QDBusConnection>
+#include <QString>
+
+namespace InterfaceChecks {
+
+// InterfaceVersion() of the manager; false when this program cannot judge
+// the service at all (it is not there, or serves an incompatible version).
+bool checkVersion(const QDBusConnection& bus, const QString& busName, CheckReport& report);
+
+// Introspection of `path` holds `interfaceName` as its file describes it, on
+// the wire (names, types, directions).
+void checkIntrospection(const QDBusConnection& bus, const QString& busName, const QString& path,
+                        const QString& interfaceName, CheckReport& report);
+
+} // namespace InterfaceChecks
