@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QThread>
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -147,6 +148,13 @@ void StandChecks::checkUnits()
     }
     m_report.check(ok, QStringLiteral("DeviceStatus(1..6)"), QStringLiteral("an answer for each unit (1: alive)"),
                    joined(got));
+    // The panel's liveness check asks these units, and closes when none is alive.
+    const QVector<int16_t> watched{UnitIndex::Q7s, UnitIndex::HBX_B, UnitIndex::HBX_A, UnitIndex::E_LM_K};
+    const bool watchedAlive = std::any_of(watched.begin(), watched.end(), [&](int16_t u) { return m_units.value(u) == 1; });
+    m_report.check(watchedAlive, QStringLiteral("the units the panel watches"),
+                   QStringLiteral("DeviceStatus 1 for the stand (1), a hub (2, 3) or the epi illuminator (6): "
+                                  "without one the panel takes the service for dead"),
+                   watchedAlive ? QStringLiteral("one is alive") : QStringLiteral("none is alive"));
     QStringList versions;
     bool versionsOk = true;
     int entries = 0;

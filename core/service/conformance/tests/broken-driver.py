@@ -92,7 +92,7 @@ def main():
         if method in ("DeviceStatus", "IsMounted", "Version") and not 1 <= a[0] <= (6 if method != "IsMounted" else 14):
             return refuse(invocation, 0x80070057, "No index %d" % a[0])
         reads = {
-            "DeviceStatus": lambda: 1 if a[0] == 4 else 0,
+            "DeviceStatus": lambda: 1 if a[0] in (3, 4) else 0,
             "IsMounted": lambda: mounted.get(a[0], 0),
             "IsReadOnly": lambda: 0,
             "Version": lambda: "V1.0",
