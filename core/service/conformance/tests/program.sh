@@ -37,6 +37,28 @@ if grep -q '^[A-Z]*  set.*, one step' "$out"; then fail "a device was moved with
 conformance still --no-moves --microscope 1
 [ $status -eq 0 ] || fail "--no-moves gave status $status"
 
+# Interrupted during the moves (Ctrl+C), it stops, puts back what it moved
+# and says so. A slow stand: the moves take their time.
+stop_all
+start slow "$service" --descriptions-dir "$descriptions" --speed 0.5 --no-fiber
+wait_for_name org.zentor.Microscope
+out=$home/interrupted.txt
+"$conformance_exe" --yes --microscope 1 </dev/null >"$out" 2>&1 &
+run=$!
+i=0
+until grep -q ', one step -- ' "$out"; do
+  i=$((i + 1)); [ $i -lt 600 ] || { kill "$run"; fail "no move within 60 s: $(cat "$out")"; }; sleep 0.1
+done
+kill -INT "$run"
+wait "$run"
+status=$?
+sed 's/^/    /' "$out"
+[ $status -eq 1 ] || fail "an interrupted run gave status $status, not 1"
+expect_line '^FAIL  the run -- .*stopped on request'
+expect_line '^PASS  putting back '
+[ "$(busctl --user call org.zentor.Microscope /org/zentor/Microscope/1 org.zentor.Microscope.Device NosepiecePosition)" = "n 1" ] ||
+  fail "the nosepiece was not put back"
+
 conformance nobody --bus-name org.zentor.Nobody
 [ $status -eq 2 ] || fail "a name without a service gave status $status, not 2"
 expect_line '^FAIL  finding org.zentor.Nobody on the bus'
