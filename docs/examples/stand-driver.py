@@ -270,6 +270,14 @@ def interface_info(folder, name):
         return Gio.DBusNodeInfo.new_for_xml(f.read()).lookup_interface(name)
 
 
+def check_version(info):
+    """The files must be of the major this driver was written for; a later
+    minor only adds members, which this driver then refuses."""
+    files = Gio.DBusAnnotationInfo.lookup(info.annotations, "org.zentor.InterfaceVersion")
+    if files is None or files.split(".")[0] != VERSION.split(".")[0]:
+        sys.exit("stand-driver: the interface files are version %s; this driver serves version %s" % (files, VERSION))
+
+
 def out_signature(info, method):
     return "(" + "".join(a.signature for a in info.lookup_method(method).out_args) + ")"
 
@@ -280,6 +288,7 @@ class Driver:
         self.stand = stand
         self.manager = interface_info(interfaces, MANAGER)
         self.device = interface_info(interfaces, DEVICE)
+        check_version(self.manager)
         bus.register_object(MANAGER_PATH, self.manager, self.on_manager_call, None, None)
         bus.register_object(DEVICE_PATH, self.device, self.on_device_call, None, None)
         self.reads = self._reads()
@@ -488,14 +497,11 @@ def main():
     loop = GLib.MainLoop()
     interfaces = find_interfaces(args.interfaces)
     bus = Gio.bus_get_sync(Gio.BusType.SESSION, None)
-    events = []                        # changes reported before the bus side is up
     driver = None
 
     def emit(text):
         if driver:
             driver.emit(text)
-        else:
-            events.append(text)
 
     def lost():
         print("stand-driver: the controller's line closed", file=sys.stderr)

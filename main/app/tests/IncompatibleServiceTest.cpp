@@ -77,8 +77,9 @@ TEST_F(IncompatibleService, AServiceOfAnotherMajorVersionIsNamedAndThePanelClose
     ASSERT_EQ(boxes.shown().size(), 1) << boxes.texts().join(QLatin1Char('|')).toStdString();
     EXPECT_EQ(boxes.shown()[0].text,
               QStringLiteral("The microscope service on the bus (org.zentor.Microscope) serves interface version 2.0; "
-                             "this program needs version 1.x (at least 1.0). Install a service and a program of "
-                             "matching versions."));
+                             "this program needs version 1.x (at least ") +
+                  ZentorBus::kClientNeeds.text() +
+                  QStringLiteral("). Install a service and a program of matching versions."));
     EXPECT_EQ(boxes.shown()[0].icon, MsgBox::Critical);
     EXPECT_EQ(manager.listed, 0);
 }

@@ -142,8 +142,9 @@ TEST_F(OtherService, AServiceOfAnotherMajorVersionGetsAClearMessage)
     const RunTimeError e = failureOf([&] { client.GetDeviceNames(); });
     EXPECT_EQ(e.number(), ZentorBus::IncompatibleService);
     EXPECT_EQ(e.description(), QStringLiteral("The microscope service on the bus (org.zentor.Test.Other) serves "
-                                              "interface version 2.0; this program needs version 1.x (at least 1.0). "
-                                              "Install a service and a program of matching versions."));
+                                              "interface version 2.0; this program needs version 1.x (at least ") +
+                                   ZentorBus::kClientNeeds.text() +
+                                   QStringLiteral("). Install a service and a program of matching versions."));
     // Every later call says the same, rather than failing in odd ways.
     EXPECT_EQ(failureOf([&] { client.Connect(1); }).number(), ZentorBus::IncompatibleService);
 }
