@@ -95,15 +95,5 @@ ScaleWindow scaleWindow(double value, double min, double max, double percent)
     return sw;
 }
 
-QString moveFailureText(const QString& operation, const std::exception& e)
-{
-    if (const auto* rt = dynamic_cast<const RunTimeError*>(&e)) {
-        if (rt->isLimitation())
-            return operation + QStringLiteral(" Limitation");
-        if (rt->isTimeOut())
-            return operation + QStringLiteral(" TimeOut Error");
-    }
-    return operation + QStringLiteral(" Error");
-}
 
 } // namespace motionParts

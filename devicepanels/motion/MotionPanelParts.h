@@ -35,7 +35,4 @@ struct ScaleWindow {
 };
 ScaleWindow scaleWindow(double value, double min, double max, double percent);
 
-// "<operation> Limitation" (…4BE), " TimeOut Error" (…4B7), " Error".
-QString moveFailureText(const QString& operation, const std::exception& e);
-
 } // namespace motionParts

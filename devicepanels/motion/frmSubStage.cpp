@@ -359,7 +359,7 @@ void frmSubStage::Timer1_Timer()
         } catch (const std::exception& e) {
             Timer1.stop();
             btnSetting->show();
-            MsgBox::show(motionParts::moveFailureText(x ? QStringLiteral("XYDrive_XPosition")
+            MsgBox::show(failureText(x ? QStringLiteral("XYDrive_XPosition")
                                                         : QStringLiteral("XYDrive_YPosition"), e));
         }
     };

@@ -314,7 +314,7 @@ void frmSubZ::Step_Set()
 
 void frmSubZ::decode(const std::exception& e)
 {
-    MsgBox::show(motionParts::moveFailureText(QStringLiteral("Z Focus_Change"), e));
+    MsgBox::show(failureText(QStringLiteral("Z Focus_Change"), e));
 }
 
 void frmSubZ::moveFocus(int32_t target, bool recover)

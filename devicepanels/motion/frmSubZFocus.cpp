@@ -91,7 +91,7 @@ void frmSubZ::runAutoFocus()
             ran = true;
         } catch (const std::exception& e) {
             m_focusing = false;
-            MsgBox::show(motionParts::moveFailureText(QStringLiteral("ZDrive_AutoFocus"), e));
+            MsgBox::show(failureText(QStringLiteral("ZDrive_AutoFocus"), e));
         }
         m_focusing = false;
         trap(QStringLiteral("Z FocusDrive_ZPosition Read Error"), [&] {

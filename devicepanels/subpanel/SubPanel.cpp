@@ -78,15 +78,8 @@ bool SubPanel::trapMove(const QString& operation, const std::function<void()>& c
     try {
         call();
         return true;
-    } catch (const RunTimeError& e) {
-        if (e.isLimitation())
-            MsgBox::show(operation + QStringLiteral(" Limitation"));
-        else if (e.isTimeOut())
-            MsgBox::show(operation + QStringLiteral(" TimeOut Error"));
-        else
-            MsgBox::show(operation + QStringLiteral(" Error"));
-    } catch (const std::exception&) {
-        MsgBox::show(operation + QStringLiteral(" Error"));
+    } catch (const std::exception& e) {
+        MsgBox::show(failureText(operation, e));
     }
     return false;
 }

@@ -88,11 +88,7 @@ void frmMain::usrMainPath_FunctionKey(int16_t KeyCode, int16_t) {
         return;
     try {
         s.micService->setPresetsObservationMode(int16_t(KeyCode - 111));
-    } catch (const RunTimeError& e) {
-        MsgBox::show(QStringLiteral("ObservationMethod_Change") +
-                     (e.isLimitation() ? QStringLiteral(" Limitation")
-                                       : e.isTimeOut() ? QStringLiteral(" TimeOut Error") : QStringLiteral(" Error")));
-    } catch (const std::exception&) {
-        MsgBox::show(QStringLiteral("ObservationMethod_Change Error"));
+    } catch (const std::exception& e) {
+        MsgBox::show(failureText(QStringLiteral("ObservationMethod_Change"), e));
     }
 }

@@ -1,9 +1,6 @@
 #pragma once
 // What the files of the main panel share and nothing else needs: the panel's
-// colours, a font at a size, the operator's wait during a call, and the text
-// of a failed operation.
-#include "core/base/RunTimeError.h"
-
+// colours, a font at a size, and the operator's wait during a call.
 #include <QApplication>
 #include <QFont>
 #include <QString>
@@ -51,14 +48,5 @@ private:
     QWidget* m_window;
     bool m_done = false;
 };
-
-inline QString failureText(const QString& operation, const RunTimeError& e)
-{
-    if (e.isLimitation())
-        return operation + " Limitation";
-    if (e.isTimeOut())
-        return operation + " TimeOut Error";
-    return operation + " Error";
-}
 
 } // namespace mainpanel
