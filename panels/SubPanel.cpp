@@ -1,5 +1,7 @@
 #include "panels/SubPanel.h"
 
+#include "core/service/ReadBatch.h"
+
 #include "panels/SubPanels.h"
 #include "state/FormRegistry.h"
 #include "state/MsgBox.h"
@@ -140,6 +142,12 @@ usrButton* SubPanel::makeCloseButton()
     return b;
 }
 
+void SubPanel::readStatus()
+{
+    const ReadBatch reads(mainState().micService);
+    Get_Status();
+}
+
 void SubPanel::unload()
 {
     if (m_unloading)
@@ -174,7 +182,7 @@ bool SubPanel::event(QEvent* e)
         if (m_inDialog)
             m_inDialog = false;
         else
-            Get_Status();
+            readStatus();
     }
     return QWidget::event(e);
 }

@@ -1,6 +1,8 @@
 #include "stand/service/ServiceHost.h"
 
 #include "core/service/dbus/BusLayout.h"
+#include "stand/service/BusValues.h"
+#include "stand/service/StandSnapshot.h"
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
@@ -39,80 +41,6 @@ Found lookUp(const QDBusMessage& msg, const QVector<QPair<QString, const QVector
             return {m, iface.first};
     }
     return {};
-}
-
-// Call arguments in the stand's encoding: every integer as int, doubles as
-// double, texts as QString, the observation positions as 11 ints.
-QVariantList standArguments(const QDBusMessage& msg)
-{
-    QVariantList out;
-    for (const QVariant& a : msg.arguments()) {
-        switch (a.metaType().id()) {
-        case QMetaType::Short:
-        case QMetaType::Int:
-            out << QVariant(a.toInt());
-            break;
-        case QMetaType::Double:
-            out << QVariant(a.toDouble());
-            break;
-        case QMetaType::QString:
-            out << QVariant(a.toString());
-            break;
-        default:
-            if (a.userType() == qMetaTypeId<QDBusArgument>()) {
-                const QDBusArgument arg = a.value<QDBusArgument>();
-                QVariantList fields;
-                arg.beginStructure();
-                while (!arg.atEnd()) {
-                    int v = 0;
-                    arg >> v;
-                    fields << QVariant(v);
-                }
-                arg.endStructure();
-                out << QVariant(fields);
-            } else {
-                out << a;
-            }
-        }
-    }
-    return out;
-}
-
-// The stand's answer in the D-Bus type that the method declares.
-QVariant busValue(const QVariant& v, const QString& type)
-{
-    if (type == QLatin1String("n"))
-        return QVariant::fromValue<short>(static_cast<short>(v.toInt()));
-    if (type == QLatin1String("i"))
-        return QVariant::fromValue<int>(v.toInt());
-    if (type == QLatin1String("d"))
-        return QVariant::fromValue<double>(v.toDouble());
-    if (type == QLatin1String("s"))
-        return QVariant::fromValue(v.toString());
-    if (type == QLatin1String("as"))
-        return QVariant::fromValue(v.toStringList());
-    if (type == QLatin1String("ai")) {
-        QList<int> list;
-        for (const QVariant& x : v.toList())
-            list << x.toInt();
-        return QVariant::fromValue(list);
-    }
-    if (type == QLatin1String("ad")) {
-        QList<double> list;
-        for (const QVariant& x : v.toList())
-            list << x.toDouble();
-        return QVariant::fromValue(list);
-    }
-    if (type == ZentorBus::ObservationSignature) {
-        const QVariantList fields = v.toList();
-        QDBusArgument arg;
-        arg.beginStructure();
-        for (int i = 0; i < 11; ++i)
-            arg << (i < fields.size() ? fields[i].toInt() : 0);
-        arg.endStructure();
-        return QVariant::fromValue(arg);
-    }
-    return v;
 }
 
 QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& value)
@@ -163,8 +91,10 @@ public:
 
     QString introspect(const QString&) const override
     {
-        QString xml = ZentorBus::interfaceXml(ZentorBus::DeviceInterface,
-                                              ZentorBus::deviceServiceMethods() + ZentorBus::deviceMethods(), true);
+        QString xml = ZentorBus::interfaceXml(
+            ZentorBus::DeviceInterface,
+            snapshotOffered(ZentorBus::deviceServiceMethods() + ZentorBus::deviceMethods(), m_host->offersSnapshot()),
+            true);
         if (m_host->faultInjection())
             xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::controlMethods(), false);
         return xml;
@@ -178,7 +108,7 @@ public:
             {ZentorBus::ControlInterface, &ZentorBus::controlMethods()},
         };
         const Found f = lookUp(msg, interfaces);
-        if (!f.method)
+        if (!f.method || !snapshotOffered(*f.method, m_host->offersSnapshot()))
             return false;   // introspection and peer calls; anything else is unknown
         if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
             bus.send(faultInjectionNotOffered(msg));
@@ -203,6 +133,10 @@ public:
             return true;
         if (f.interface == ZentorBus::ControlInterface) {
             control(*stand, m, msg, bus);
+            return true;
+        }
+        if (m.name == ZentorBus::SnapshotMember) {
+            bus.send(microscopeSnapshot(msg, *m_host->service(), *stand, *m_sent));
             return true;
         }
         // The camera question names a microscope by index, which need not be
@@ -251,10 +185,11 @@ public:
             const QString path = ZentorBus::devicePath(m_index);
             QDBusConnection connection = bus;
             QObject::connect(stand, &SimulatedStand::propertyChanged, m_host,
-                             [connection, path](const QString& message) mutable {
+                             [connection, path, sent = m_sent](const QString& message) mutable {
                                  QDBusMessage signal = QDBusMessage::createSignal(
                                      path, ZentorBus::DeviceInterface, ZentorBus::EventSignal);
                                  signal << message;
+                                 ++*sent;
                                  connection.send(signal);
                              });
         }
@@ -384,6 +319,8 @@ private:
     ServiceHost* m_host;
     int m_index;
     SimulatedStand* m_wired = nullptr;
+    // Events this microscope has sent: the sequence number of its snapshots.
+    std::shared_ptr<uint64_t> m_sent = std::make_shared<uint64_t>(0);
 };
 
 int MicroscopeObject::s_floods = 0;
@@ -397,14 +334,15 @@ public:
 
     QString introspect(const QString&) const override
     {
-        return ZentorBus::interfaceXml(ZentorBus::ManagerInterface, ZentorBus::managerMethods(), false);
+        return ZentorBus::interfaceXml(ZentorBus::ManagerInterface,
+                                       snapshotOffered(ZentorBus::managerMethods(), m_host->offersSnapshot()), false);
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
     {
         static const InterfaceList interfaces = {{ZentorBus::ManagerInterface, &ZentorBus::managerMethods()}};
         const Found f = lookUp(msg, interfaces);
-        if (!f.method)
+        if (!f.method || !snapshotOffered(*f.method, m_host->offersSnapshot()))
             return false;
         const Method& m = *f.method;
         if (msg.signature() != m.in) {
@@ -415,6 +353,8 @@ public:
         const QStringList names = service->deviceNames();
         if (m.name == QLatin1String("Ping")) {
             bus.send(msg.createReply());
+        } else if (m.name == ZentorBus::SnapshotMember) {
+            bus.send(managerSnapshot(msg, *service));
         } else if (m.name == QLatin1String("GetDeviceNames")) {
             bus.send(msg.createReply(QVariant::fromValue(names)));
         } else if (m.name == QLatin1String("IsDeviceAvailable")) {

@@ -48,6 +48,11 @@ public:
     void enableFaultInjection() { m_faultInjection = true; }
     bool faultInjection() const { return m_faultInjection; }
 
+    // Answer as a driver written before Snapshot did: the member is neither
+    // answered nor introspected (comparisons, and tests of older drivers).
+    void withoutSnapshot() { m_snapshot = false; }
+    bool offersSnapshot() const { return m_snapshot; }
+
     // Bounds of every fault-injection request; beyond them it is refused.
     static constexpr int kMaxEventText = 4096;       // characters of one EmitEvents text
     static constexpr int kMaxEventCount = 1000000;   // events of one EmitEvents call
@@ -63,5 +68,6 @@ private:
     SimulatedService* m_service;
     Log m_log;
     bool m_faultInjection = false;
+    bool m_snapshot = true;
     std::vector<std::unique_ptr<QDBusVirtualObject>> m_objects;
 };

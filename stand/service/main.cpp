@@ -186,8 +186,12 @@ int main(int argc, char* argv[])
                                                      "so that they survive a restart (default %1).")
                                           .arg(StandMemory::defaultPath()),
                                       QStringLiteral("file"));
+    const QCommandLineOption noSnapshotOpt(
+        QStringLiteral("without-snapshot"),
+        QStringLiteral("Answer as a driver written before the Snapshot member did: clients then read every "
+                       "value with a call of its own (comparisons and tests)."));
     parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt,
-                       stateOpt, faultOpt});
+                       stateOpt, faultOpt, noSnapshotOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -248,6 +252,10 @@ int main(int argc, char* argv[])
     if (parser.isSet(faultOpt)) {
         host.enableFaultInjection();
         say(QStringLiteral("fault injection enabled (%1)").arg(ZentorBus::ControlInterface));
+    }
+    if (parser.isSet(noSnapshotOpt)) {
+        host.withoutSnapshot();
+        say(QStringLiteral("answering without Snapshot, as a driver written before it"));
     }
     if (config.microscopes) {
         if (!host.serveMicroscopes(microscopeName, error))

@@ -136,11 +136,30 @@ const QVector<Method>& deviceMethods()
     return methods;
 }
 
+namespace {
+Method snapshotMethod()
+{
+    return Method{SnapshotMember, QString(), SnapshotSignature, {},
+                  {QStringLiteral("sequence"), QStringLiteral("values"), QStringLiteral("failures")}};
+}
+} // namespace
+
+QString snapshotKey(const QString& member, const QVariantList& args)
+{
+    if (args.isEmpty())
+        return member;
+    QStringList parts;
+    for (const QVariant& a : args)
+        parts << a.toString();
+    return member + QLatin1Char('(') + parts.join(QLatin1Char(',')) + QLatin1Char(')');
+}
+
 const QVector<Method>& deviceServiceMethods()
 {
     static const QVector<Method> methods = {
         M("Disconnect", "", ""),
         M("Ping", "", ""),
+        snapshotMethod(),
     };
     return methods;
 }
@@ -152,6 +171,7 @@ const QVector<Method>& managerMethods()
         M("IsDeviceAvailable", "n", "n", {"index"}),
         M("Connect", "n", "o", {"index"}),
         M("Ping", "", ""),
+        snapshotMethod(),
     };
     return methods;
 }
@@ -216,21 +236,23 @@ const Method* findMethod(const QVector<Method>& methods, const QString& name)
 }
 
 namespace {
-// Splits a signature into its complete types ("n(ii)as" -> n, (ii), as).
+// Splits a signature into its complete types ("n(ii)a{sv}" -> n, (ii), a{sv}).
 QStringList completeTypes(const QString& sig)
 {
+    const auto opens = [](QChar c) { return c == QLatin1Char('(') || c == QLatin1Char('{'); };
+    const auto closes = [](QChar c) { return c == QLatin1Char(')') || c == QLatin1Char('}'); };
     QStringList types;
     int i = 0;
     while (i < sig.size()) {
         int start = i;
         while (i < sig.size() && sig[i] == QLatin1Char('a'))
             ++i;
-        if (i < sig.size() && sig[i] == QLatin1Char('(')) {
+        if (i < sig.size() && opens(sig[i])) {
             int depth = 0;
             do {
-                if (sig[i] == QLatin1Char('('))
+                if (opens(sig[i]))
                     ++depth;
-                else if (sig[i] == QLatin1Char(')'))
+                else if (closes(sig[i]))
                     --depth;
                 ++i;
             } while (i < sig.size() && depth > 0);
@@ -253,8 +275,11 @@ QString interfaceXml(const QString& interfaceName, const QVector<Method>& method
             const QString name = i < m.argNames.size() ? m.argNames[i] : QStringLiteral("arg%1").arg(i);
             xml += QStringLiteral("      <arg name=\"%1\" type=\"%2\" direction=\"in\"/>\n").arg(name, in[i]);
         }
-        if (!m.out.isEmpty())
-            xml += QStringLiteral("      <arg name=\"result\" type=\"%1\" direction=\"out\"/>\n").arg(m.out);
+        const QStringList out = completeTypes(m.out);
+        for (int i = 0; i < out.size(); ++i) {
+            const QString name = i < m.outNames.size() ? m.outNames[i] : QStringLiteral("result");
+            xml += QStringLiteral("      <arg name=\"%1\" type=\"%2\" direction=\"out\"/>\n").arg(name, out[i]);
+        }
         xml += QStringLiteral("    </method>\n");
     }
     if (withEvent)

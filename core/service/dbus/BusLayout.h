@@ -18,6 +18,8 @@
 #include "core/base/RunTimeError.h"
 
 #include <QString>
+#include <QStringList>
+#include <QVariantList>
 #include <QVector>
 #include <cstdint>
 
@@ -43,14 +45,27 @@ QString devicePath(int index);
 inline const QString ObservationSignature = QStringLiteral("(iiiiiiiiiii)");
 
 // One method of an interface: its name, the D-Bus signature of its arguments
-// and of its one result ("" for none), and the argument names shown by
-// introspection.
+// and of its results ("" for none), the argument names shown by introspection,
+// and the names of its results when it has more than one.
 struct Method {
     QString name;
     QString in;
     QString out;
     QStringList argNames;
+    QStringList outNames = {};
 };
+
+// The answer of Snapshot, on the manager and on each microscope: every value
+// the reads of opening a microscope give, in one reply. Its results:
+//   sequence  t          events this microscope has sent so far (the manager: 0);
+//                        the event sent next is sequence + 1
+//   values    a{sv}      read -> its value, of that read's own result type
+//   failures  a{s(is)}   read -> the code and text of the error it gives now
+// A read is named by its member and arguments: "NosepiecePosition",
+// "IsMounted(4)", "CustomValue(12,7,1)", "SendCommand(rXPR1)".
+inline const QString SnapshotMember = QStringLiteral("Snapshot");
+inline const QString SnapshotSignature = QStringLiteral("ta{sv}a{s(is)}");
+QString snapshotKey(const QString& member, const QVariantList& args = {});
 
 // Every device member of a microscope, as the stand answers it.
 const QVector<Method>& deviceMethods();
