@@ -1,5 +1,7 @@
 #include "devicepanels/subpanel/SubPanel.h"
 
+#include "core/service/ReadBatch.h"
+
 #include "devicepanels/subpanel/SubPanels.h"
 #include "state/FormRegistry.h"
 #include "state/MsgBox.h"
@@ -133,6 +135,12 @@ usrButton* SubPanel::makeCloseButton()
     return b;
 }
 
+void SubPanel::readStatus()
+{
+    const ReadBatch reads(mainState().micService);
+    Get_Status();
+}
+
 void SubPanel::unload()
 {
     if (m_unloading)
@@ -167,7 +175,7 @@ bool SubPanel::event(QEvent* e)
         if (m_inDialog)
             m_inDialog = false;
         else
-            Get_Status();
+            readStatus();
     }
     return QWidget::event(e);
 }

@@ -43,6 +43,9 @@ public:
 
     // Reads everything from the service and fills the widgets.
     Q_INVOKABLE virtual void Get_Status() = 0;
+    // Get_Status with its reads as one group, which the service may answer
+    // from one picture of the stand (every activation reads this way).
+    void readStatus();
 
     // Where the panel opens when its section has no place yet, in twips of
     // the screen; unset, beside the main window.

@@ -1,5 +1,7 @@
 #include "mainwindow/app/frmMain.h"
 
+#include "core/service/ReadBatch.h"
+
 #include "state/DeviceTables.h"
 #include "devicepanels/fiber/mdlFiber.h"
 #include "state/FormRegistry.h"
@@ -22,6 +24,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QPushButton>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSettings>
@@ -163,6 +166,8 @@ void frmMain::Form_Load() {
         m_selScope->List1->clear();
         ui->lstMic->clear();
 
+        // The list and whether each entry can be opened, read together.
+        ReadBatch listReads(s.micService);
         const QStringList names = s.micService->GetDeviceNames();
         RequestedMic = -1;
         CompactRequest = -1;
@@ -175,6 +180,7 @@ void frmMain::Form_Load() {
             const QSignalBlocker block(ui->lstMic);
             fillMicList(names, m_selScope->List1);
         }
+        listReads.end();
 
         SelectedMic = decideSelectedMic(ui->lstMic->count(), RequestedMic);
         if (SelectedMic == NeedsDialog)
@@ -341,10 +347,14 @@ void frmMain::btnOpen_Click() {
     setEnabled(false);
     OpenInProgress = true;
     try {
-        s.micService->Connect(currentItemData());
-        s.MicConnected = true;
-        Init();
-        ObservationStartup();
+        {
+            // Everything opening reads, answered together where the service can.
+            const ReadBatch reads(s.micService);
+            s.micService->Connect(currentItemData());
+            s.MicConnected = true;
+            Init();
+            ObservationStartup();
+        }
         OpenInProgress = false;
         ui->btnOpen->setEnabled(false);
         ui->btnClose->setEnabled(true);
@@ -389,6 +399,13 @@ void frmMain::closeOnSignal() {
     MsgBox::setUnattended(true);
     MsgBox::dismissOpen();
     close();
+}
+
+void frmMain::answerStartupDialogsUnattended() {
+    MsgBox::setUnattended(true);
+    MsgBox::dismissOpen();
+    if (g_instance && g_instance->m_selScope && g_instance->m_selScope->isVisible())
+        g_instance->m_selScope->btnCancel->click();
 }
 
 void frmMain::closeEvent(QCloseEvent* e) {
@@ -566,6 +583,8 @@ void frmMain::CheckServer() {
         return;
     bool alive = false;
     try {
+        // One question to the service answers all four units.
+        const ReadBatch reads(services.MicHold.get());
         for (int16_t unit : {UnitIndex::Q7s, UnitIndex::HBX_A, UnitIndex::HBX_B, UnitIndex::E_LM_K})
             if (services.MicHold->DeviceStatus(unit) == 1)
                 alive = true;
@@ -589,12 +608,14 @@ void frmMain::btnStatus_Read() {
     MainState& s = mainState();
     try {
         const int remembered = ui->lstMic->currentRow();
+        ReadBatch listReads(s.micService);
         const QStringList names = s.micService->GetDeviceNames();
         QSignalBlocker block(ui->lstMic);
         ui->lstMic->clear();
         if (names.size() <= 1)
             MsgBox::show(QStringLiteral("No Microscope is detected\r\nPlease restart this application or your machine."));
         fillMicList(names, nullptr);
+        listReads.end();
         ui->lstMic->setCurrentRow(-1);
         // No entry was selected: none is selected now, and nothing reopens.
         if (remembered == -1)

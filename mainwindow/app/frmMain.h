@@ -39,6 +39,10 @@ public:
     // for an answer nobody will give (those up are dismissed, later ones go
     // to the standard error).
     void closeOnSignal();
+    // The same while the window is still being made: the boxes and the
+    // microscope chooser up now are let go (the chooser as its Cancel), and
+    // later boxes go to the standard error; the maker then closes the window.
+    static void answerStartupDialogsUnattended();
 
     void lstMic_Click();
     void btnOpen_Click();

@@ -70,16 +70,24 @@ int main(int argc, char** argv) {
     // The composition root: the bus client, or the stand in process.
     ServiceChoice::install();
 
-    frmMain window(Common_Args());
-
     // SIGTERM and SIGINT close the window in order, so that what the operator
-    // set is saved as at any other exit, without waiting on a box.
+    // set is saved as at any other exit, without waiting on a box. They are
+    // taken from the start: a signal that comes while the window is still
+    // being made (a box or the microscope chooser up before it shows) lets
+    // that box go and closes the window as soon as it is made.
+    frmMain* madeWindow = nullptr;
+    bool closeWhenMade = false;
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalPipe) == 0) {
         auto* notifier = new QSocketNotifier(g_signalPipe[1], QSocketNotifier::Read, &app);
-        QObject::connect(notifier, &QSocketNotifier::activated, &window, [&window] {
+        QObject::connect(notifier, &QSocketNotifier::activated, &app, [&madeWindow, &closeWhenMade] {
             char c = 0;
             [[maybe_unused]] const ssize_t n = ::read(g_signalPipe[1], &c, 1);
-            window.closeOnSignal();
+            if (madeWindow) {
+                madeWindow->closeOnSignal();
+                return;
+            }
+            closeWhenMade = true;
+            frmMain::answerStartupDialogsUnattended();
         });
         struct sigaction sa {};
         sa.sa_handler = onTerminate;
@@ -87,6 +95,13 @@ int main(int argc, char** argv) {
         sa.sa_flags = SA_RESTART;
         ::sigaction(SIGTERM, &sa, nullptr);
         ::sigaction(SIGINT, &sa, nullptr);
+    }
+
+    frmMain window(Common_Args());
+    madeWindow = &window;
+    if (closeWhenMade) {
+        window.closeOnSignal();
+        return 0;
     }
 
     window.show();

@@ -186,8 +186,15 @@ int main(int argc, char* argv[])
                                                      "so that they survive a restart (default %1).")
                                           .arg(StandMemory::defaultPath()),
                                       QStringLiteral("file"));
+    const QCommandLineOption versionOpt(
+        QStringLiteral("interface-version"),
+        QStringLiteral("Serve an older minor <version> of the interfaces (MAJOR.MINOR, at most %1), as a driver "
+                       "written for it does: the members a later minor added are neither answered nor "
+                       "introspected. 1.0 has no Snapshot, so clients read every value with a call of its own "
+                       "(comparisons and tests).").arg(ZentorBus::servedVersion().text()),
+        QStringLiteral("version"));
     parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt,
-                       stateOpt, faultOpt});
+                       stateOpt, faultOpt, versionOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -248,6 +255,13 @@ int main(int argc, char* argv[])
     if (parser.isSet(faultOpt)) {
         host.enableFaultInjection();
         say(QStringLiteral("fault injection enabled (%1)").arg(ZentorBus::ControlInterface));
+    }
+    if (parser.isSet(versionOpt)) {
+        if (!host.serveVersion(ZentorBus::InterfaceVersion::parse(parser.value(versionOpt))))
+            return fail(QStringLiteral("--interface-version \"%1\": give MAJOR.MINOR of major %2, minor at most %3")
+                            .arg(parser.value(versionOpt)).arg(ZentorBus::servedVersion().major)
+                            .arg(ZentorBus::servedVersion().minor));
+        say(QStringLiteral("serving interface version %1").arg(host.servedVersion().text()));
     }
     if (config.microscopes) {
         if (!host.serveMicroscopes(microscopeName, error))

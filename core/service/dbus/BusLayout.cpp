@@ -32,9 +32,19 @@ QVector<Method> methodsOf(const QString& interfaceName, const QStringList& only 
 }
 
 // Members of the device interface that the service answers itself, not the stand.
-const QStringList kServiceAnswered{QStringLiteral("Disconnect"), QStringLiteral("Ping")};
+const QStringList kServiceAnswered{QStringLiteral("Disconnect"), QStringLiteral("Ping"), SnapshotMember};
 
 } // namespace
+
+QString snapshotKey(const QString& member, const QVariantList& args)
+{
+    if (args.isEmpty())
+        return member;
+    QStringList parts;
+    for (const QVariant& a : args)
+        parts << a.toString();
+    return member + QLatin1Char('(') + parts.join(QLatin1Char(',')) + QLatin1Char(')');
+}
 
 const QVector<Method>& deviceMethods()
 {
@@ -86,20 +96,6 @@ QString interfaceXml(const QString& interfaceName)
 }
 
 // --- versions ------------------------------------------------------------------------
-
-InterfaceVersion InterfaceVersion::parse(const QString& text)
-{
-    static const QRegularExpression form(QStringLiteral("^(\\d{1,4})\\.(\\d{1,4})$"));
-    const QRegularExpressionMatch m = form.match(text);
-    if (!m.hasMatch())
-        return {};
-    return {m.captured(1).toInt(), m.captured(2).toInt()};
-}
-
-QString InterfaceVersion::text() const
-{
-    return QStringLiteral("%1.%2").arg(major).arg(minor);
-}
 
 InterfaceVersion servedVersion()
 {

@@ -25,6 +25,8 @@
 #include "core/service/dbus/InterfaceFile.h"
 
 #include <QString>
+#include <QStringList>
+#include <QVariantList>
 #include <QVector>
 #include <cstdint>
 #include <functional>
@@ -64,6 +66,22 @@ struct Method {
     QStringList argNames;
 };
 
+// The answer of Snapshot (interface version 1.1), on the manager and on each
+// microscope: every value the reads of opening a microscope give, in one
+// reply. Its results:
+//   sequence  t          events this microscope has sent so far (the manager: 0);
+//                        the event sent next is sequence + 1
+//   values    a{sv}      read -> its value, of that read's own result type
+//   failures  a{s(is)}   read -> the code and text of the error it gives now
+// A read is named by its member and arguments: "NosepiecePosition",
+// "IsMounted(4)", "CustomValue(12,7,1)", "SendCommand(rXPR1)".
+inline const QString SnapshotMember = QStringLiteral("Snapshot");
+inline const QString SnapshotSignature = QStringLiteral("ta{sv}a{s(is)}");
+QString snapshotKey(const QString& member, const QVariantList& args = {});
+// The interface version that added Snapshot: a service of a lower minor is
+// read one value at a time.
+inline constexpr int kSnapshotMinor = 1;
+
 // Every device member of a microscope, as the stand answers it.
 const QVector<Method>& deviceMethods();
 // Members of the device interface that the service answers itself.
@@ -78,15 +96,7 @@ const Method* findMethod(const QVector<Method>& methods, const QString& name);
 // Introspection XML of one interface, from its file.
 QString interfaceXml(const QString& interfaceName);
 
-// --- versions --------------------------------------------------------------------
-struct InterfaceVersion {
-    int major = -1;
-    int minor = -1;
-    // "MAJOR.MINOR"; an invalid version (major -1) for any other text.
-    static InterfaceVersion parse(const QString& text);
-    bool valid() const { return major >= 0; }
-    QString text() const;
-};
+// --- versions (InterfaceVersion: InterfaceFile.h) ----------------------------------
 // The version the interface files carry: what this build's service serves.
 InterfaceVersion servedVersion();
 // The version this build's clients need: the major they were written for and

@@ -1,12 +1,32 @@
 #include "core/service/dbus/InterfaceFile.h"
 
 #include <QHash>
+#include <QRegularExpression>
 #include <QXmlStreamReader>
 
 #include <cstdio>
 #include <cstdlib>
 
 namespace ZentorBus {
+InterfaceVersion InterfaceVersion::parse(const QString& text)
+{
+    static const QRegularExpression form(QStringLiteral("^(\\d{1,4})\\.(\\d{1,4})$"));
+    const QRegularExpressionMatch m = form.match(text);
+    if (!m.hasMatch())
+        return {};
+    return {m.captured(1).toInt(), m.captured(2).toInt()};
+}
+
+QString InterfaceVersion::text() const
+{
+    return QStringLiteral("%1.%2").arg(major).arg(minor);
+}
+
+bool InterfaceVersion::atLeast(const InterfaceVersion& other) const
+{
+    return major > other.major || (major == other.major && minor >= other.minor);
+}
+
 
 QString InterfaceMember::in() const
 {
@@ -69,6 +89,9 @@ QVector<InterfaceInfo> parseInterfaces(const QString& xml, QString* error)
             } else if (interface && !member && tag == QLatin1String("annotation") &&
                        at.value(QLatin1String("name")) == VersionAnnotation) {
                 interface->version = at.value(QLatin1String("value")).toString();
+            } else if (member && tag == QLatin1String("annotation") &&
+                       at.value(QLatin1String("name")) == SinceAnnotation) {
+                member->since = at.value(QLatin1String("value")).toString();
             }
             comment.clear();
         } else if (token == QXmlStreamReader::EndElement) {
@@ -123,11 +146,13 @@ QString introspectionXml(const InterfaceInfo& interface)
         xml += QStringLiteral("    <annotation name=\"%1\" value=\"%2\"/>\n").arg(VersionAnnotation, escaped(interface.version));
     for (const InterfaceMember& m : interface.members) {
         const QString tag = m.kind == InterfaceMember::Kind::Method ? QStringLiteral("method") : QStringLiteral("signal");
-        if (m.args.isEmpty()) {
+        if (m.args.isEmpty() && m.since.isEmpty()) {
             xml += QStringLiteral("    <%1 name=\"%2\"/>\n").arg(tag, escaped(m.name));
             continue;
         }
         xml += QStringLiteral("    <%1 name=\"%2\">\n").arg(tag, escaped(m.name));
+        if (!m.since.isEmpty())
+            xml += QStringLiteral("      <annotation name=\"%1\" value=\"%2\"/>\n").arg(SinceAnnotation, escaped(m.since));
         for (const InterfaceArg& a : m.args) {
             xml += QStringLiteral("      <arg name=\"%1\" type=\"%2\"").arg(escaped(a.name), escaped(a.type));
             if (!a.direction.isEmpty())
@@ -138,6 +163,18 @@ QString introspectionXml(const InterfaceInfo& interface)
     }
     xml += QStringLiteral("  </interface>\n");
     return xml;
+}
+
+InterfaceInfo asOfVersion(const InterfaceInfo& file, const InterfaceVersion& version)
+{
+    const InterfaceVersion own = InterfaceVersion::parse(file.version);
+    if (!version.valid() || version.major != own.major || version.atLeast(own))
+        return file;
+    InterfaceInfo older{file.name, version.text(), {}};
+    for (const InterfaceMember& m : file.members)
+        if (m.since.isEmpty() || version.atLeast(InterfaceVersion::parse(m.since)))
+            older.members.append(m);
+    return older;
 }
 
 namespace {

@@ -10,6 +10,19 @@
 
 namespace ZentorBus {
 
+// An interface version, MAJOR.MINOR: a new minor adds members and keeps every
+// former one as it was, a new major changes or removes one.
+struct InterfaceVersion {
+    int major = -1;
+    int minor = -1;
+    // "MAJOR.MINOR"; an invalid version (major -1) for any other text.
+    static InterfaceVersion parse(const QString& text);
+    bool valid() const { return major >= 0; }
+    QString text() const;
+    // This version is `other` or a later one.
+    bool atLeast(const InterfaceVersion& other) const;
+};
+
 struct InterfaceArg {
     QString name;
     QString type;
@@ -22,6 +35,7 @@ struct InterfaceMember {
     QString name;
     QVector<InterfaceArg> args;
     QString doc;   // the comment right before the member in its file
+    QString since; // the org.zentor.Since annotation: the version that added it; empty for the first
 
     // The D-Bus signature of the arguments going in, and of those coming out.
     QString in() const;
@@ -38,6 +52,8 @@ struct InterfaceInfo {
 
 // The annotation that carries an interface's version.
 inline const QString VersionAnnotation = QStringLiteral("org.zentor.InterfaceVersion");
+// The annotation of a member that a later minor added, with that version.
+inline const QString SinceAnnotation = QStringLiteral("org.zentor.Since");
 
 // The interfaces that introspection XML (a file, or what a service answers)
 // describes. When it is not well-formed XML the list is empty and `error`
@@ -57,6 +73,11 @@ const InterfaceInfo& interfaceInfo(const QString& interfaceName);
 
 // Introspection XML of an interface (an <interface> element, no comments).
 QString introspectionXml(const InterfaceInfo& interface);
+
+// The interface as a service of an older minor of the same major serves it:
+// without the members a later minor added, carrying that version. Any other
+// version (invalid, another major, the file's own or later) gives the file.
+InterfaceInfo asOfVersion(const InterfaceInfo& file, const InterfaceVersion& version);
 
 // How closely a served interface must agree with its file: on the wire
 // (member names, argument types and directions) or exactly (also argument
