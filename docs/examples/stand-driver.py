@@ -15,11 +15,13 @@ introspection is the interface the panel speaks.
 """
 import argparse
 import os
+import re
 import select
 import sys
 import termios
 import time
 import tty
+import xml.etree.ElementTree as ET
 
 import gi
 
@@ -32,7 +34,7 @@ MANAGER = "org.zentor.Microscope.Manager"
 DEVICE = "org.zentor.Microscope.Device"
 INDEX = 1                                  # this stand's place in the list; 0 is the simulated one
 DEVICE_PATH = "%s/%d" % (MANAGER_PATH, INDEX)
-VERSION = "1.0"                            # the interface version this driver serves
+VERSION = "1.1"                            # the interface version this driver serves (Snapshot from 1.1)
 
 # Failure codes (the last three hex digits decide what the panel says).
 LIMITATION = 0x800404BE                    # a limit or an interlock refuses
@@ -265,17 +267,33 @@ def find_interfaces(folder):
     sys.exit("stand-driver: no Zentor interface files (%s.xml) in %s" % (DEVICE, ", ".join(candidates)))
 
 
-def interface_info(folder, name):
-    with open(os.path.join(folder, name + ".xml"), encoding="utf-8") as f:
-        return Gio.DBusNodeInfo.new_for_xml(f.read()).lookup_interface(name)
+def minor(version):
+    return int(version.split(".")[1])
 
 
-def check_version(info):
-    """The files must be of the major this driver was written for; a later
-    minor only adds members, which this driver then refuses."""
-    files = Gio.DBusAnnotationInfo.lookup(info.annotations, "org.zentor.InterfaceVersion")
-    if files is None or files.split(".")[0] != VERSION.split(".")[0]:
-        sys.exit("stand-driver: the interface files are version %s; this driver serves version %s" % (files, VERSION))
+def interface_info(folder, name, version):
+    """The interface as its file describes it, at `version`: a member that a
+    later minor added (annotation org.zentor.Since) is left out, so that an
+    older driver neither introspects nor answers it."""
+    tree = ET.parse(os.path.join(folder, name + ".xml"))
+    interface = tree.getroot().find("interface")
+    for member in list(interface):
+        since = [a.get("value") for a in member.findall("annotation") if a.get("name") == "org.zentor.Since"]
+        if since and minor(since[0]) > minor(version):
+            interface.remove(member)
+        if member.tag == "annotation" and member.get("name") == "org.zentor.InterfaceVersion":
+            member.set("value", version)
+    return Gio.DBusNodeInfo.new_for_xml(ET.tostring(tree.getroot(), encoding="unicode")).lookup_interface(name)
+
+
+def check_version(folder, version):
+    """The files must be of the major this driver was written for and at
+    least its minor; a later minor only adds members, which it leaves out."""
+    root = ET.parse(os.path.join(folder, MANAGER + ".xml")).getroot()
+    files = [a.get("value") for a in root.iter("annotation") if a.get("name") == "org.zentor.InterfaceVersion"]
+    files = files[0] if files else None
+    if files is None or files.split(".")[0] != version.split(".")[0] or minor(files) < minor(version):
+        sys.exit("stand-driver: the interface files are version %s; this driver serves version %s" % (files, version))
 
 
 def out_signature(info, method):
@@ -283,18 +301,21 @@ def out_signature(info, method):
 
 
 class Driver:
-    def __init__(self, bus, stand, interfaces):
+    def __init__(self, bus, stand, interfaces, version=VERSION):
         self.bus = bus
         self.stand = stand
-        self.manager = interface_info(interfaces, MANAGER)
-        self.device = interface_info(interfaces, DEVICE)
-        check_version(self.manager)
+        self.version = version
+        check_version(interfaces, version)
+        self.manager = interface_info(interfaces, MANAGER, version)
+        self.device = interface_info(interfaces, DEVICE, version)
+        self.sent = 0               # events sent so far: the sequence number of a snapshot
         bus.register_object(MANAGER_PATH, self.manager, self.on_manager_call, None, None)
         bus.register_object(DEVICE_PATH, self.device, self.on_device_call, None, None)
         self.reads = self._reads()
         self.writes = self._writes()
 
     def emit(self, text):
+        self.sent += 1
         self.bus.emit_signal(None, DEVICE_PATH, DEVICE, "OnPropertyChanged", GLib.Variant("(s)", (text,)))
 
     # answers
@@ -311,11 +332,16 @@ class Driver:
         args = params.unpack()
         try:
             if method == "InterfaceVersion":
-                value = VERSION
+                value = self.version
             elif method == "GetDeviceNames":
-                value = ["Simulated (not served by this driver)", "Example stand"]
+                value = self.device_names()
             elif method == "IsDeviceAvailable":
-                value = 1 if args[0] == INDEX and self.stand.line.alive else 0
+                value = self.available(args[0])
+            elif method == "Snapshot":
+                values = {"GetDeviceNames": GLib.Variant("as", self.device_names())}
+                for index in range(INDEX + 1):
+                    values["IsDeviceAvailable(%d)" % index] = GLib.Variant("n", self.available(index))
+                return invocation.return_value(GLib.Variant("(ta{sv}a{s(is)})", (0, values, {})))
             elif method == "Connect":
                 if args[0] != INDEX:
                     raise Refused(INVALID_ARGUMENT if not 0 <= args[0] <= INDEX else NOT_CONNECTED,
@@ -326,6 +352,12 @@ class Driver:
             self.answer(invocation, self.manager, method, value)
         except Refused as refused:
             self.refuse(invocation, refused)
+
+    def device_names(self):
+        return ["Simulated (not served by this driver)", "Example stand"]
+
+    def available(self, index):
+        return 1 if index == INDEX and self.stand.line.alive else 0
 
     # the device
     def on_device_call(self, bus, sender, path, interface, method, params, invocation):
@@ -339,10 +371,36 @@ class Driver:
                 reply(self.reads[method](*args))
             elif method in ("Disconnect", "Ping"):
                 reply()
+            elif method == "Snapshot":
+                invocation.return_value(self.snapshot())
             else:
                 raise Refused(FAILURE, "%s: this stand has no such device" % method)
         except Refused as refused:
             fail(refused)
+
+    # Snapshot: every read of opening the microscope in one reply, each as its
+    # single read answers it now, or the code and text of its refusal; the
+    # sequence is the number of events sent so far (the next is one more).
+    SNAPSHOT_READS = (
+        [("DeviceStatus", (u,)) for u in range(1, 7)] + [("Version", (u,)) for u in range(1, 7)]
+        + [("IsMounted", (d,)) for d in range(1, 15)] + [("IsReadOnly", (d,)) for d in range(1, 6)]
+        + [(m, (i,)) for i in (1, 2, 4, 5, 6, 9, 11, 13, 14, 16, 17, 18) for m in ("UpperLimit", "LowerLimit", "Step")]
+        + [("IsCameraPresent", (i,)) for i in range(INDEX + 1)] + [("ObservationName", (n,)) for n in range(1, 13)]
+    )
+
+    def snapshot(self):
+        values, failures = {}, {}
+        reads = list(self.SNAPSHOT_READS)
+        reads += [(name, ()) for name, read in self.reads.items()
+                  if not self.device.lookup_method(name).in_args]
+        for name, args in reads:
+            key = "%s(%s)" % (name, ",".join(str(a) for a in args)) if args else name
+            try:
+                value = self.reads[name](*args)
+                values[key] = GLib.Variant(self.device.lookup_method(name).out_args[0].signature, value)
+            except Refused as refused:
+                failures[key] = (refused.code - (1 << 32) if refused.code >= 1 << 31 else refused.code, str(refused))
+        return GLib.Variant("(ta{sv}a{s(is)})", (self.sent, values, failures))
 
     def _reads(self):
         s = self.stand
@@ -492,7 +550,11 @@ def main():
     parser.add_argument("--port", required=True, help="the controller's serial line (a tty)")
     parser.add_argument("--bus-name", default=SERVICE, help="the bus name to serve (default %s)" % SERVICE)
     parser.add_argument("--interfaces", help="the folder of Zentor's interface files")
+    parser.add_argument("--interface-version", default=VERSION,
+                        help="serve this older minor, as a driver written for it (1.0: without Snapshot)")
     args = parser.parse_args()
+    if not re.fullmatch(r"\d+\.\d+", args.interface_version) or minor(args.interface_version) > minor(VERSION):
+        parser.error("--interface-version takes MAJOR.MINOR up to %s" % VERSION)
 
     loop = GLib.MainLoop()
     interfaces = find_interfaces(args.interfaces)
@@ -513,7 +575,7 @@ def main():
         sys.exit("stand-driver: %s: %s" % (args.port, e))
     line.on_report = stand.report
     line.start()
-    driver = Driver(bus, stand, interfaces)
+    driver = Driver(bus, stand, interfaces, args.interface_version)
 
     def name_lost(connection, name):
         print("stand-driver: cannot own the bus name %s" % name, file=sys.stderr)

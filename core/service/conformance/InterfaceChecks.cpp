@@ -11,13 +11,13 @@ namespace {
 constexpr int kAnswerMs = 60000;
 } // namespace
 
-bool checkVersion(const QDBusConnection& bus, const QString& busName, CheckReport& report)
+bool checkVersion(const QDBusConnection& bus, const QString& busName, CheckReport& report, QString* version)
 {
     const QString who = QStringLiteral("the service %1").arg(busName);
     const QString expected = QStringLiteral("\"MAJOR.MINOR\" with major %1 and minor %2 or more")
                                  .arg(ZentorBus::kClientNeeds.major).arg(ZentorBus::kClientNeeds.minor);
     try {
-        const QString version = ZentorBus::askVersion(
+        const QString told = ZentorBus::askVersion(
             [&] {
                 const QDBusMessage reply = bus.call(
                     QDBusMessage::createMethodCall(busName, ZentorBus::ManagerPath, ZentorBus::ManagerInterface,
@@ -28,7 +28,9 @@ bool checkVersion(const QDBusConnection& bus, const QString& busName, CheckRepor
                 return reply;
             },
             who, ZentorBus::ManagerInterface);
-        report.pass(QStringLiteral("InterfaceVersion()"), expected, QStringLiteral("\"%1\"").arg(version));
+        report.pass(QStringLiteral("InterfaceVersion()"), expected, QStringLiteral("\"%1\"").arg(told));
+        if (version)
+            *version = told;
         return true;
     } catch (const RunTimeError& e) {
         report.fail(QStringLiteral("InterfaceVersion()"), expected, e.description());
@@ -37,11 +39,13 @@ bool checkVersion(const QDBusConnection& bus, const QString& busName, CheckRepor
 }
 
 void checkIntrospection(const QDBusConnection& bus, const QString& busName, const QString& path,
-                        const QString& interfaceName, CheckReport& report)
+                        const QString& interfaceName, const QString& servedVersion, CheckReport& report)
 {
-    const ZentorBus::InterfaceInfo& file = ZentorBus::interfaceInfo(interfaceName);
+    const ZentorBus::InterfaceInfo file = ZentorBus::asOfVersion(ZentorBus::interfaceInfo(interfaceName),
+                                                                 ZentorBus::InterfaceVersion::parse(servedVersion));
     const QString what = QStringLiteral("introspection of %1").arg(path);
-    const QString expected = QStringLiteral("%1 as its file describes it (%2 members)").arg(interfaceName).arg(file.members.size());
+    const QString expected = QStringLiteral("%1 as its file describes it at version %2 (%3 members)")
+                                 .arg(interfaceName, file.version).arg(file.members.size());
     const QDBusMessage reply = bus.call(QDBusMessage::createMethodCall(busName, path,
                                                                        QStringLiteral("org.freedesktop.DBus.Introspectable"),
                                                                        QStringLiteral("Introspect")),

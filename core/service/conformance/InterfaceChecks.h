@@ -12,11 +12,13 @@ namespace InterfaceChecks {
 
 // InterfaceVersion() of the manager; false when this program cannot judge
 // the service at all (it is not there, or serves an incompatible version).
-bool checkVersion(const QDBusConnection& bus, const QString& busName, CheckReport& report);
+// The version it told goes to `version`.
+bool checkVersion(const QDBusConnection& bus, const QString& busName, CheckReport& report, QString* version = nullptr);
 
-// Introspection of `path` holds `interfaceName` as its file describes it, on
-// the wire (names, types, directions).
+// Introspection of `path` holds `interfaceName` as its file describes it at
+// the version the service told (an older minor: without the members a later
+// one added), on the wire (names, types, directions).
 void checkIntrospection(const QDBusConnection& bus, const QString& busName, const QString& path,
-                        const QString& interfaceName, CheckReport& report);
+                        const QString& interfaceName, const QString& servedVersion, CheckReport& report);
 
 } // namespace InterfaceChecks

@@ -2,6 +2,7 @@
 // or a driver of a real stand) by the checks of StandChecks and
 // InterfaceChecks, one line per check, and exits 0 only when all pass.
 #include "core/service/conformance/InterfaceChecks.h"
+#include "core/service/conformance/SnapshotChecks.h"
 #include "core/service/conformance/StandChecks.h"
 #include "core/service/dbus/BusLayout.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
@@ -139,10 +140,13 @@ int main(int argc, char** argv)
             return finish(CouldNotRun);
         }
     }
-    if (!InterfaceChecks::checkVersion(bus, name, report))
+    QString version;
+    if (!InterfaceChecks::checkVersion(bus, name, report, &version))
         return finish(SomeFailed);
-    InterfaceChecks::checkIntrospection(bus, name, ZentorBus::ManagerPath, ZentorBus::ManagerInterface, report);
-    InterfaceChecks::checkIntrospection(bus, name, ZentorBus::devicePath(index), ZentorBus::DeviceInterface, report);
+    InterfaceChecks::checkIntrospection(bus, name, ZentorBus::ManagerPath, ZentorBus::ManagerInterface, version, report);
+    InterfaceChecks::checkIntrospection(bus, name, ZentorBus::devicePath(index), ZentorBus::DeviceInterface, version,
+                                        report);
+    SnapshotChecks::check(bus, name, index, version, report);
 
     DBusMicroscopeService service(bus, name);
     service.setCallTimeout(int(seconds * 1000));

@@ -190,6 +190,21 @@ SnapshotPicture::Taken SnapshotPicture::take(const QDBusMessage& reply, const QV
     return taken;
 }
 
+QStringList SnapshotPicture::keys() const
+{
+    QStringList out = m_entries.keys();
+    out.sort();
+    return out;
+}
+
+bool SnapshotPicture::asKept(const QVariant& raw, const QString& type, QVariant& value, QString& why)
+{
+    const Normalised n = normalise(raw, type);
+    value = n.value;
+    why = n.kept ? n.why : QStringLiteral("a type the picture does not keep (%1)").arg(type);
+    return why.isEmpty();
+}
+
 const SnapshotPicture::Entry* SnapshotPicture::find(const QString& key) const
 {
     const auto it = m_entries.constFind(key);

@@ -41,6 +41,12 @@ public:
     Taken take(const QDBusMessage& reply, const QVector<ZentorBus::Method>& methods);
 
     const Entry* find(const QString& key) const;
+    // The keys of the entries it holds, sorted.
+    QStringList keys() const;
+    // A value of D-Bus type `type` as it came out of a message (a reply, or a
+    // snapshot's variant), in the form the picture keeps: false with the
+    // reason when it is not of that type or beyond the bounds.
+    static bool asKept(const QVariant& raw, const QString& type, QVariant& value, QString& why);
     void forget(const QString& key);
     void clear();
     bool isEmpty() const { return m_entries.isEmpty(); }

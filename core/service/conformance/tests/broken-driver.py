@@ -10,6 +10,8 @@ faults named on its command line (all of them by default):
     no-colon       a connection is greeted with "AppNosepiecePosition<n>" (no ':')
     never-ends     setZDriveZPosition never answers
     out-of-limits  FilterBlockCassettePosition answers 9 of 6 places
+    bad-snapshot   Snapshot gives a nosepiece place other than NosepiecePosition
+                   answers, and ZDriveZPosition as a text
 
     broken-driver.py --bus-name NAME --interfaces DIR [FAULT ...]
 """
@@ -27,7 +29,7 @@ MANAGER_PATH = "/org/zentor/Microscope"
 DEVICE_PATH = MANAGER_PATH + "/1"
 MANAGER = "org.zentor.Microscope.Manager"
 DEVICE = "org.zentor.Microscope.Device"
-FAULTS = ["wrong-type", "missing", "no-colon", "never-ends", "out-of-limits"]
+FAULTS = ["wrong-type", "missing", "no-colon", "never-ends", "out-of-limits", "bad-snapshot"]
 
 
 def spoilt_device(folder, faults):
@@ -60,7 +62,10 @@ def main():
     state = {"NP": 1, "FT": 1, "Z": 1000, "interlock": 0}
     never_answered = []   # the calls held for ever
 
+    sent = [0]              # events sent so far: a snapshot's sequence
+
     def emit(text):
+        sent[0] += 1
         bus.emit_signal(None, DEVICE_PATH, DEVICE, "OnPropertyChanged", GLib.Variant("(s)", (text,)))
 
     def answer(invocation, info, method, value=None):
@@ -72,7 +77,10 @@ def main():
 
     def on_manager(conn, sender, path, iface, method, params, invocation):
         a = params.unpack()
-        values = {"InterfaceVersion": "1.0", "GetDeviceNames": ["Simulated", "Broken stand"],
+        if method == "Snapshot":
+            names = GLib.Variant("as", ["Simulated", "Broken stand"])
+            return invocation.return_value(GLib.Variant("(ta{sv}a{s(is)})", (0, {"GetDeviceNames": names}, {})))
+        values = {"InterfaceVersion": "1.1", "GetDeviceNames": ["Simulated", "Broken stand"],
                   "IsDeviceAvailable": 1 if a and a[0] == 1 else 0, "Connect": DEVICE_PATH, "Ping": None}
         if method == "Connect" and a[0] != 1:
             return refuse(invocation, 0x80070057, "No microscope %d" % a[0])
@@ -125,6 +133,13 @@ def main():
         }
         if method in reads:
             return answer(invocation, device, method, reads[method]())
+        if method == "Snapshot":
+            bad = "bad-snapshot" in faults
+            values = {"NosepiecePosition": GLib.Variant("n", state["NP"] % 5 + 1 if bad else state["NP"]),
+                      "ZDriveZPosition": GLib.Variant("s", "far") if bad else GLib.Variant("i", state["Z"]),
+                      "IsMounted(1)": GLib.Variant("i", 1)}
+            failures = {"UpperLimit(4)": (0x80070057 - (1 << 32), "No limit index 4")}
+            return invocation.return_value(GLib.Variant("(ta{sv}a{s(is)})", (sent[0], values, failures)))
         if method == "setNosepieceIsInterlockEnabled":
             state["interlock"] = a[0]
         if method in ("Disconnect", "Ping", "setNosepieceXYMode", "setNosepieceZMode", "setNosepieceIsInterlockEnabled"):

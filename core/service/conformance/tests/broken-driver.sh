@@ -1,6 +1,6 @@
 #!/bin/sh
 # broken-driver.sh PYTHON CONFORMANCE INTERFACES: zentor-conformance against a
-# driver that answers wrongly in five ways; it must name each fault, and end
+# driver that answers wrongly in six ways; it must name each fault, and end
 # with status 1, not crash or hang.
 . "$(dirname "$0")/lib.sh"
 python=$1 conformance_exe=$2 interfaces=$3
@@ -23,10 +23,14 @@ expect_line '^FAIL  setZDriveZPosition\([0-9]+\), one step -- .*no answer within
 expect_line '^FAIL  putting back .*Z drive: left alone, its move did not end'
 # a value outside the limits it reported
 expect_line '^FAIL  FilterBlockCassettePosition\(\) -- expected: a value within the limits 1 to 6 .*got: 9'
+# a snapshot that disagrees with the single reads, or holds a wrong type
+expect_line '^FAIL  Snapshot\(\) of /org/zentor/Microscope/1 -- .*NosepiecePosition: [0-9] in the snapshot, [0-9] from the single read'
+expect_line '^FAIL  Snapshot\(\) of /org/zentor/Microscope/1 -- .*ZDriveZPosition \(type s, not i\)'
+expect_line '^PASS  Snapshot\(\) of /org/zentor/Microscope -- '
 expect_line '^[0-9]+ checks: [0-9]+ passed, [0-9]+ failed, [0-9]+ skipped$'
 
 # Each fault alone fails the run too, and nothing else does.
-for fault in wrong-type missing no-colon never-ends out-of-limits; do
+for fault in wrong-type missing no-colon never-ends out-of-limits bad-snapshot; do
   stop_all
   start "alone-$fault" "$python" "$here/broken-driver.py" --bus-name org.zentor.Test.Broken --interfaces "$interfaces" "$fault"
   wait_for_name org.zentor.Test.Broken
