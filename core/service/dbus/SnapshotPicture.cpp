@@ -142,6 +142,8 @@ SnapshotPicture::Taken SnapshotPicture::take(const QDBusMessage& reply, const QV
     values.beginMap();
     while (!values.atEnd()) {
         if (!counted()) {
+            // Closing the map lets go of its reader; a return inside it leaks one.
+            values.endMap();
             clear();
             return taken;
         }
@@ -165,6 +167,7 @@ SnapshotPicture::Taken SnapshotPicture::take(const QDBusMessage& reply, const QV
     failures.beginMap();
     while (!failures.atEnd()) {
         if (!counted()) {
+            failures.endMap();
             clear();
             return taken;
         }
