@@ -185,7 +185,9 @@ public:
     {
         if (msg.type() != QDBusMessage::MethodCallMessage)
             return false;
-        if (msg.member() == QLatin1String("Connect")) {
+        if (msg.member() == QLatin1String("InterfaceVersion")) {
+            bus->send(msg.createReply(QVariant(ZentorBus::servedVersion().text())));
+        } else if (msg.member() == QLatin1String("Connect")) {
             bus->send(msg.createReply(QVariant::fromValue(QDBusObjectPath(ZentorBus::devicePath(0)))));
         } else if (msg.member() == ZentorBus::SnapshotMember) {
             snapshot(msg);
