@@ -29,6 +29,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -36,6 +37,7 @@
 #include <cstdio>
 #include <functional>
 #include <map>
+#include <string>
 #include <unistd.h>
 #include <vector>
 
@@ -305,12 +307,43 @@ Figures measure(const QString& busAddress, int rounds, int panelRounds)
 
 } // namespace
 
+// The bench's private bus listens on a socket file (the relay connects to a
+// path, not to an abstract socket): the test bus configuration with its
+// <listen> changed, in a file of its own.
+std::string busConfigOnPath()
+{
+    QFile in(QStringLiteral(ZENTOR_BENCH_BUS_CONF));
+    if (!in.open(QIODevice::ReadOnly))
+        return ZENTOR_BENCH_BUS_CONF;
+    QByteArray text = in.readAll();
+    static const QRegularExpression listen(QStringLiteral("<listen>[^<]*</listen>"));
+    QString changed = QString::fromUtf8(text).replace(listen, QStringLiteral("<listen>unix:dir=/tmp</listen>"));
+    const std::string path = QDir::temp().filePath(QStringLiteral("zentor-bench-startup-bus-%1.conf")
+                                                       .arg(QCoreApplication::applicationPid())).toStdString();
+    QFile out(QString::fromStdString(path));
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) || out.write(changed.toUtf8()) < 0)
+        return ZENTOR_BENCH_BUS_CONF;
+    return path;
+}
+
+// The socket file of a D-Bus address "unix:path=FILE,guid=..."; empty for any other.
+QString socketPath(const QString& address)
+{
+    static const QRegularExpression path(QStringLiteral("^unix:(?:.*,)?path=([^,;]+)"));
+    const QRegularExpressionMatch m = path.match(address);
+    return m.hasMatch() ? m.captured(1) : QString();
+}
+
 int main(int argc, char** argv)
 {
     if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
         setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
+        const std::string file = busConfigOnPath();
+        // The bus has read it before this program runs again: that run removes it.
+        if (file != ZENTOR_BENCH_BUS_CONF)
+            setenv("ZENTOR_BENCH_BUS_CONF_COPY", file.c_str(), 1);
+        std::string config = "--config-file=" + file;
+        std::vector<char*> args{const_cast<char*>("dbus-run-session"), config.data(), const_cast<char*>("--")};
         for (int i = 0; i < argc; ++i)
             args.push_back(argv[i]);
         args.push_back(nullptr);
@@ -322,14 +355,24 @@ int main(int argc, char** argv)
         setenv("QT_QPA_PLATFORM", "offscreen", 0);
         return measurePanels(argc, argv, std::atoi(argv[2]));
     }
+    if (!qEnvironmentVariableIsEmpty("ZENTOR_BENCH_BUS_CONF_COPY"))
+        QFile::remove(qEnvironmentVariable("ZENTOR_BENCH_BUS_CONF_COPY"));
     QCoreApplication app(argc, argv);
     const QString local = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    const QString busSocket = socketPath(local);
+    if (busSocket.isEmpty()) {
+        std::fprintf(stderr, "bench_startup: the private bus is not on a socket file: %s\n", qPrintable(local));
+        return 1;
+    }
     QTemporaryDir dir;
     const QString relaySocket = dir.filePath(QStringLiteral("bus"));
     QProcess relay;
     relay.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    relay.start(QStringLiteral(ZENTOR_DELAY_RELAY), {relaySocket, local, QStringLiteral("25")});
-    if (!relay.waitForReadyRead(10000)) {
+    // 25 ms each way: 50 ms added to every round trip.
+    relay.start(QStringLiteral(ZENTOR_DELAY_RELAY), {QStringLiteral("--listen"), QStringLiteral("unix:") + relaySocket,
+                                                     QStringLiteral("--connect"), QStringLiteral("unix:") + busSocket,
+                                                     QStringLiteral("--delay-ms"), QStringLiteral("25")});
+    if (!relay.waitForReadyRead(10000) || !relay.readLine().startsWith("listening on")) {
         std::fprintf(stderr, "bench_startup: the relay did not start\n");
         return 1;
     }
