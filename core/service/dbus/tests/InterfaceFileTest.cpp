@@ -170,3 +170,32 @@ TEST(InterfaceVersions, AServiceThatCannotTellItsVersionIsIncompatible)
         EXPECT_EQ(e.number(), RunTimeError::ServiceGone);
     }
 }
+
+TEST(InterfaceVersions, AnOlderMinorIsTheFileWithoutTheMembersALaterOneAdded)
+{
+    const InterfaceInfo& device = interfaceInfo(DeviceInterface);
+    const InterfaceMember* snapshot = device.member(SnapshotMember);
+    ASSERT_NE(snapshot, nullptr);
+    EXPECT_EQ(InterfaceVersion::parse(snapshot->since).minor, kSnapshotMinor);
+    EXPECT_EQ(snapshot->out(), SnapshotSignature);
+    EXPECT_TRUE(servedVersion().atLeast({1, kSnapshotMinor}));
+
+    const InterfaceInfo older = asOfVersion(device, {1, 0});
+    EXPECT_EQ(older.version, QStringLiteral("1.0"));
+    EXPECT_EQ(older.member(SnapshotMember), nullptr);
+    EXPECT_EQ(older.members.size(), device.members.size() - 1);
+    EXPECT_TRUE(interfaceDifferences(older, older, Agreement::Exact).isEmpty());
+    // What a 1.1 service serves is not what a 1.0 file describes, and the
+    // other way round: each names Snapshot.
+    EXPECT_TRUE(interfaceDifferences(older, device, Agreement::Wire).join(' ').contains("Snapshot is not in the file"));
+    EXPECT_TRUE(interfaceDifferences(device, older, Agreement::Wire).contains("missing method Snapshot"));
+    // The file's own version, a later one, another major or none: the file.
+    for (const InterfaceVersion& v : {servedVersion(), InterfaceVersion{1, 99}, InterfaceVersion{2, 0}, InterfaceVersion{}})
+        EXPECT_EQ(asOfVersion(device, v).members.size(), device.members.size()) << v.text().toStdString();
+    // Introspection carries the annotation, and reads back with it.
+    const QVector<InterfaceInfo> back =
+        parseInterfaces(QStringLiteral("<node>") + introspectionXml(device) + QStringLiteral("</node>"));
+    ASSERT_EQ(back.size(), 1);
+    ASSERT_NE(back[0].member(SnapshotMember), nullptr);
+    EXPECT_EQ(back[0].member(SnapshotMember)->since, snapshot->since);
+}
