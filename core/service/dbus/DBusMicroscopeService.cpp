@@ -187,8 +187,11 @@ void DBusMicroscopeService::Connect(int16_t index)
         throw RunTimeError(RunTimeError::ServiceFailure,
                            QStringLiteral("Connect: the microscope service gave no microscope object"));
     // From here on talk to the process that answered, never to a successor.
-    if (reply.service() != m_peer)
+    if (reply.service() != m_peer) {
         m_noSnapshot = !versionOffersSnapshot();
+        if (m_noSnapshot)
+            traceNoSnapshot(QStringLiteral("%1 (interface version %2)").arg(reply.service(), m_version));
+    }
     m_peer = reply.service();
     m_path = path;
     resetPictures();

@@ -101,6 +101,7 @@ public:
     std::function<void(const QDBusMessage&)> listSnapshot;
     QHash<QString, int> calls;
     quint64 sent = 0;
+    QString version = ZentorBus::servedVersion().text();   // what InterfaceVersion answers
 
     QString introspect(const QString&) const override { return QString(); }
 
@@ -142,7 +143,9 @@ public:
 
     bool manager(const QDBusMessage& msg, const QVariantList& args)
     {
-        if (msg.member() == QLatin1String("Connect"))
+        if (msg.member() == QLatin1String("InterfaceVersion"))
+            send(msg.createReply(QVariant(version)));
+        else if (msg.member() == QLatin1String("Connect"))
             send(msg.createReply(QVariant::fromValue(QDBusObjectPath(ZentorBus::devicePath(0)))));
         else if (msg.member() == QLatin1String("GetDeviceNames"))
             send(msg.createReply(QVariant::fromValue(QStringList{"Simulated", "Stand A", "Stand B"})));
@@ -462,6 +465,26 @@ TEST_F(SnapshotClientTest, AServiceWithoutSnapshotIsReadSinglyAndTheTraceSaysSoO
     EXPECT_EQ(fake->calls.value(ZentorBus::SnapshotMember), 1);
     EXPECT_EQ(fake->calls.value("NosepiecePosition"), 3);
     EXPECT_EQ(traceWith(QStringLiteral("offers no Snapshot")).size(), 1) << traceLines().join('\n').toStdString();
+}
+
+TEST_F(SnapshotClientTest, AServiceOfVersionOneZeroIsNeverAskedForASnapshot)
+{
+    // A driver written for 1.0, before Snapshot: the client knows it from the
+    // version it told, and spends no round trip on asking.
+    answer(fullPicture());
+    fake->version = QStringLiteral("1.0");
+    client = std::make_unique<DBusMicroscopeService>(QDBusConnection::sessionBus(), kName);
+    client->Connect(0);
+    fake->calls.clear();
+    for (int group = 0; group < 2; ++group) {
+        const ReadBatch reads(client.get());
+        EXPECT_EQ(client->GetDeviceNames().size(), 3);
+        EXPECT_EQ(client->NosepiecePosition(), 3);
+        EXPECT_FALSE(client->readsFromPicture());
+    }
+    EXPECT_EQ(fake->calls.value(ZentorBus::SnapshotMember), 0);
+    EXPECT_EQ(fake->calls.value("NosepiecePosition"), 2);
+    EXPECT_EQ(fake->calls.value("GetDeviceNames"), 2);
 }
 
 TEST_F(SnapshotClientTest, CommandsGoOneByOneAndWhatTheyChangeIsAskedAfresh)

@@ -24,7 +24,6 @@ expect_line '^FAIL  putting back .*Z drive: left alone, its move did not end'
 # a value outside the limits it reported
 expect_line '^FAIL  FilterBlockCassettePosition\(\) -- expected: a value within the limits 1 to 6 .*got: 9'
 # a snapshot that disagrees with the single reads, or holds a wrong type
-expect_line '^FAIL  Snapshot\(\) of /org/zentor/Microscope/1 -- .*NosepiecePosition: [0-9] in the snapshot, [0-9] from the single read'
 expect_line '^FAIL  Snapshot\(\) of /org/zentor/Microscope/1 -- .*ZDriveZPosition \(type s, not i\)'
 expect_line '^PASS  Snapshot\(\) of /org/zentor/Microscope -- '
 expect_line '^[0-9]+ checks: [0-9]+ passed, [0-9]+ failed, [0-9]+ skipped$'
@@ -37,4 +36,6 @@ for fault in wrong-type missing no-colon never-ends out-of-limits bad-snapshot; 
   conformance "alone-$fault" --bus-name org.zentor.Test.Broken --yes --move-timeout 3
   [ $status -eq 1 ] || fail "the fault $fault alone gave status $status, not 1"
 done
+# Alone, the snapshot's nosepiece place is a value that disagrees with the read.
+expect_line '^FAIL  Snapshot\(\) of /org/zentor/Microscope/1 -- .*NosepiecePosition: [0-9] in the snapshot, [0-9] from the single read'
 echo PASS

@@ -8,14 +8,14 @@ python=$1 conformance_exe=$2 examples=$3 interfaces=$4
 
 # serve NAME [DRIVER OPTIONS]: a controller on a fresh pty and the driver on it.
 serve() {
-  name=$1; shift
-  start "controller-$name" "$python" "$examples/stand-controller.py"
+  which=$1; shift
+  start "controller-$which" "$python" "$examples/stand-controller.py"
   i=0
-  until grep -q '^PORT ' "$home/controller-$name.log" 2>/dev/null; do
-    i=$((i + 1)); [ $i -lt 100 ] || fail "the controller gave no port: $(cat "$home/controller-$name.log")"; sleep 0.1
+  until grep -q '^PORT ' "$home/controller-$which.log" 2>/dev/null; do
+    i=$((i + 1)); [ $i -lt 100 ] || fail "the controller gave no port: $(cat "$home/controller-$which.log")"; sleep 0.1
   done
-  port=$(sed -n 's/^PORT //p' "$home/controller-$name.log")
-  start "driver-$name" "$python" "$examples/stand-driver.py" --port "$port" --interfaces "$interfaces" "$@"
+  port=$(sed -n 's/^PORT //p' "$home/controller-$which.log")
+  start "driver-$which" "$python" "$examples/stand-driver.py" --port "$port" --interfaces "$interfaces" "$@"
   wait_for_name org.zentor.Microscope
 }
 
