@@ -338,7 +338,8 @@ class Driver:
             elif method == "IsDeviceAvailable":
                 value = self.available(args[0])
             elif method == "Snapshot":
-                values = {"GetDeviceNames": GLib.Variant("as", self.device_names())}
+                values = {"InterfaceVersion": GLib.Variant("s", self.version),
+                          "GetDeviceNames": GLib.Variant("as", self.device_names())}
                 for index in range(INDEX + 1):
                     values["IsDeviceAvailable(%d)" % index] = GLib.Variant("n", self.available(index))
                 return invocation.return_value(GLib.Variant("(ta{sv}a{s(is)})", (0, values, {})))

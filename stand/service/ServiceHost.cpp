@@ -359,7 +359,7 @@ public:
         } else if (m.name == QLatin1String("InterfaceVersion")) {
             bus.send(versionReply(msg, *m_host));
         } else if (m.name == ZentorBus::SnapshotMember) {
-            bus.send(managerSnapshot(msg, *service));
+            bus.send(managerSnapshot(msg, *service, m_host->servedVersion().text()));
         } else if (m.name == QLatin1String("GetDeviceNames")) {
             bus.send(msg.createReply(QVariant::fromValue(names)));
         } else if (m.name == QLatin1String("IsDeviceAvailable")) {

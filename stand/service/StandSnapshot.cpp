@@ -194,9 +194,10 @@ QDBusMessage microscopeSnapshot(const QDBusMessage& request, SimulatedService& s
     return writer.reply(request, sequence);
 }
 
-QDBusMessage managerSnapshot(const QDBusMessage& request, const SimulatedService& service)
+QDBusMessage managerSnapshot(const QDBusMessage& request, const SimulatedService& service, const QString& version)
 {
     SnapshotWriter writer;
+    writer.value(QStringLiteral("InterfaceVersion"), QVariant(version));
     const QStringList names = service.deviceNames();
     writer.value(QStringLiteral("GetDeviceNames"), QVariant::fromValue(names));
     for (int index = 0; index < names.size(); ++index)

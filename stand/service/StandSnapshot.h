@@ -31,6 +31,6 @@ QVector<SnapshotRead> microscopeSnapshotReads(int microscopes);
 QDBusMessage microscopeSnapshot(const QDBusMessage& request, SimulatedService& service, SimulatedStand& stand,
                                 uint64_t sequence);
 
-// The reply to the manager's Snapshot: the list of microscopes and whether
-// each can be opened.
-QDBusMessage managerSnapshot(const QDBusMessage& request, const SimulatedService& service);
+// The reply to the manager's Snapshot: the interface version it serves, the
+// list of microscopes and whether each can be opened.
+QDBusMessage managerSnapshot(const QDBusMessage& request, const SimulatedService& service, const QString& version);

@@ -128,7 +128,12 @@ const SnapshotPicture::Entry* DBusMicroscopeService::picturedList(const QString&
 {
     if (m_readDepth == 0)
         return nullptr;
-    // A service of an interface version before Snapshot is not asked for it.
+    // The list's snapshot tells the version too, so a client that does not
+    // know it yet asks for the snapshot first: one round trip, not two. A
+    // service before Snapshot is then asked its version alone, and is not
+    // asked for a snapshot again.
+    if (!recallVersion() && !m_listNoSnapshot)
+        takeListPicture();
     ensureCompatible();
     if (!m_listNoSnapshot && !versionOffersSnapshot()) {
         m_listNoSnapshot = m_noSnapshot = true;
@@ -226,11 +231,22 @@ void DBusMicroscopeService::takeListPicture()
     m_listUsable = false;
     m_listPicture.clear();
     try {
-        const QDBusMessage reply = callManager(ZentorBus::SnapshotMember, {});
+        QDBusMessage reply;
+        if (recallVersion()) {
+            reply = callManager(ZentorBus::SnapshotMember, {});
+        } else {
+            reply = exchange(QDBusMessage::createMethodCall(m_serviceName, ZentorBus::ManagerPath,
+                                                            ZentorBus::ManagerInterface, ZentorBus::SnapshotMember));
+        }
         const SnapshotPicture::Taken taken = m_listPicture.take(reply, ZentorBus::managerMethods());
         traceTaken(m_serviceName, taken);
         m_listUsable = taken.usable;
+        const SnapshotPicture::Entry* told = m_listPicture.find(QStringLiteral("InterfaceVersion"));
+        if (m_version.isEmpty() && taken.usable && told && told->failure == 0)
+            acceptVersion(told->value.toString(), reply.service());
     } catch (const RunTimeError& e) {
+        if (e.number() == ZentorBus::IncompatibleService)
+            throw;
         if (e.number() == RunTimeError::ServiceInvalidArgument) {
             m_listNoSnapshot = true;
             traceNoSnapshot(m_serviceName);

@@ -112,17 +112,80 @@ void checkReplyType(const QDBusMessage& reply, const QString& member)
 
 } // namespace
 
-void DBusMicroscopeService::ensureCompatible()
+namespace {
+
+// The version each service told, by connection and bus name, with the unique
+// name of the process that told it: every client in this process uses it
+// without asking again, and a new process behind the name is asked anew.
+struct ToldVersion {
+    QString owner;
+    QString version;
+};
+QHash<QString, ToldVersion>& toldVersions()
+{
+    static QHash<QString, ToldVersion> told;
+    return told;
+}
+
+} // namespace
+
+QString DBusMicroscopeService::versionKey() const
+{
+    return m_bus.name() + QLatin1Char('\n') + m_serviceName;
+}
+
+bool DBusMicroscopeService::recallVersion()
 {
     if (!m_version.isEmpty())
+        return true;
+    const auto it = toldVersions().constFind(versionKey());
+    if (it == toldVersions().constEnd())
+        return false;
+    m_version = it->version;
+    m_versionOwner = it->owner;
+    return true;
+}
+
+void DBusMicroscopeService::acceptVersion(const QString& told, const QString& owner)
+{
+    const QString problem = ZentorBus::versionProblem(told, ZentorBus::kClientNeeds, serviceWho());
+    if (!problem.isEmpty())
+        throw RunTimeError(ZentorBus::IncompatibleService, problem);
+    m_version = told;
+    m_versionOwner = owner;
+    toldVersions().insert(versionKey(), ToldVersion{owner, told});
+}
+
+QString DBusMicroscopeService::serviceWho() const
+{
+    return QStringLiteral("The microscope service on the bus (%1)").arg(m_serviceName);
+}
+
+void DBusMicroscopeService::ensureCompatible()
+{
+    if (recallVersion())
         return;
-    m_version = ZentorBus::askVersion(
-        [this] {
-            return exchange(QDBusMessage::createMethodCall(m_serviceName, ZentorBus::ManagerPath,
-                                                           ZentorBus::ManagerInterface,
-                                                           QStringLiteral("InterfaceVersion")));
+    QString owner;
+    const QString told = ZentorBus::askVersion(
+        [this, &owner] {
+            const QDBusMessage reply = exchange(QDBusMessage::createMethodCall(
+                m_serviceName, ZentorBus::ManagerPath, ZentorBus::ManagerInterface, QStringLiteral("InterfaceVersion")));
+            owner = reply.service();
+            return reply;
         },
-        QStringLiteral("The microscope service on the bus (%1)").arg(m_serviceName), ZentorBus::ManagerInterface);
+        serviceWho(), ZentorBus::ManagerInterface);
+    acceptVersion(told, owner);
+}
+
+void DBusMicroscopeService::checkOwner(const QDBusMessage& reply)
+{
+    if (reply.service().isEmpty() || reply.service() == m_versionOwner)
+        return;
+    // Another process answers the name now: its version is asked afresh.
+    toldVersions().remove(versionKey());
+    m_version.clear();
+    m_versionOwner.clear();
+    ensureCompatible();
 }
 
 bool DBusMicroscopeService::versionOffersSnapshot() const
@@ -137,6 +200,7 @@ QDBusMessage DBusMicroscopeService::callManager(const QString& member, const QVa
                                                       ZentorBus::ManagerInterface, member);
     msg.setArguments(args);
     const QDBusMessage reply = exchange(msg);
+    checkOwner(reply);
     checkReplyType(reply, member);
     return reply;
 }

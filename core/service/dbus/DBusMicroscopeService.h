@@ -214,8 +214,15 @@ private:
     QVariant callDevice(const char* member, const QVariantList& args = {});
     // Sends, waits with the user's input held back, throws on an error reply.
     QDBusMessage exchange(QDBusMessage message);
-    // Asks the service's interface version once; throws when it cannot serve us.
+    // Asks the service's interface version once (unless another client of
+    // this process was told it by the same process); throws when it cannot
+    // serve us.
     void ensureCompatible();
+    bool recallVersion();
+    void acceptVersion(const QString& told, const QString& owner);
+    void checkOwner(const QDBusMessage& reply);
+    QString versionKey() const;
+    QString serviceWho() const;
     // Whether the version the service answered has Snapshot (1.1 on).
     bool versionOffersSnapshot() const;
     void unsubscribe();
@@ -225,6 +232,7 @@ private:
     QString m_peer;     // unique name of the process bound by Connect
     QString m_path;     // object path of the connected microscope
     QString m_version;  // the service's interface version, once asked
+    QString m_versionOwner;   // the unique name of the process that told it
     int m_timeoutMs = kCallTimeoutMs;
     bool m_subscribed = false;
 

@@ -467,24 +467,58 @@ TEST_F(SnapshotClientTest, AServiceWithoutSnapshotIsReadSinglyAndTheTraceSaysSoO
     EXPECT_EQ(traceWith(QStringLiteral("offers no Snapshot")).size(), 1) << traceLines().join('\n').toStdString();
 }
 
-TEST_F(SnapshotClientTest, AServiceOfVersionOneZeroIsNeverAskedForASnapshot)
+TEST_F(SnapshotClientTest, AServiceOfVersionOneZeroIsNotAskedForASnapshotAgain)
 {
-    // A driver written for 1.0, before Snapshot: the client knows it from the
-    // version it told, and spends no round trip on asking.
-    answer(fullPicture());
-    fake->version = QStringLiteral("1.0");
-    client = std::make_unique<DBusMicroscopeService>(QDBusConnection::sessionBus(), kName);
-    client->Connect(0);
-    fake->calls.clear();
-    for (int group = 0; group < 2; ++group) {
-        const ReadBatch reads(client.get());
-        EXPECT_EQ(client->GetDeviceNames().size(), 3);
-        EXPECT_EQ(client->NosepiecePosition(), 3);
-        EXPECT_FALSE(client->readsFromPicture());
+    // A driver written for 1.0, before Snapshot, in a process of its own: the
+    // list's snapshot fails once, its version tells the rest, and no group
+    // asks for a snapshot again.
+    const QString name = QStringLiteral("org.zentor.SnapshotFakeOld");
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("snapshot-fake-old"));
+    ASSERT_TRUE(bus.isConnected());
+    FakeService old(bus);
+    old.version = QStringLiteral("1.0");
+    old.singles = fake->singles;
+    ASSERT_TRUE(bus.registerVirtualObject(ZentorBus::ManagerPath, &old, QDBusConnection::SubPath));
+    ASSERT_TRUE(bus.registerService(name));
+    {
+        DBusMicroscopeService oldClient(QDBusConnection::sessionBus(), name);
+        for (int group = 0; group < 2; ++group) {
+            const ReadBatch reads(&oldClient);
+            EXPECT_EQ(oldClient.GetDeviceNames().size(), 3);
+            if (group == 0)
+                oldClient.Connect(0);
+            EXPECT_EQ(oldClient.NosepiecePosition(), 3);
+            EXPECT_FALSE(oldClient.readsFromPicture());
+        }
+        EXPECT_EQ(old.calls.value(ZentorBus::SnapshotMember), 1);
+        EXPECT_EQ(old.calls.value("InterfaceVersion"), 1);
+        EXPECT_EQ(old.calls.value("NosepiecePosition"), 2);
+        EXPECT_EQ(old.calls.value("GetDeviceNames"), 2);
+        oldClient.Disconnect();
     }
-    EXPECT_EQ(fake->calls.value(ZentorBus::SnapshotMember), 0);
-    EXPECT_EQ(fake->calls.value("NosepiecePosition"), 2);
-    EXPECT_EQ(fake->calls.value("GetDeviceNames"), 2);
+    bus.unregisterService(name);
+    bus.unregisterObject(ZentorBus::ManagerPath, QDBusConnection::UnregisterTree);
+    QDBusConnection::disconnectFromBus(QStringLiteral("snapshot-fake-old"));
+}
+
+TEST_F(SnapshotClientTest, TheListsSnapshotTellsTheVersionAndAnotherClientNeedsNotAsk)
+{
+    fake->listSnapshot = [this](const QDBusMessage& call) {
+        Picture p;
+        p.values = {{"InterfaceVersion", QVariant(ZentorBus::servedVersion().text())},
+                    {"GetDeviceNames", QVariant(QStringList{"Simulated", "Stand A", "Stand B"})}};
+        fake->send(p.replyTo(call));
+    };
+    DBusMicroscopeService second(QDBusConnection::sessionBus(), kName);
+    {
+        const ReadBatch reads(&second);
+        EXPECT_EQ(second.GetDeviceNames().size(), 3);
+    }
+    second.Connect(0);
+    EXPECT_EQ(second.serviceVersion(), ZentorBus::servedVersion().text());
+    // The fixture's client was told the version by this process already.
+    EXPECT_EQ(fake->calls.value("InterfaceVersion"), 0);
+    second.Disconnect();
 }
 
 TEST_F(SnapshotClientTest, CommandsGoOneByOneAndWhatTheyChangeIsAskedAfresh)

@@ -79,7 +79,8 @@ def main():
         a = params.unpack()
         if method == "Snapshot":
             names = GLib.Variant("as", ["Simulated", "Broken stand"])
-            return invocation.return_value(GLib.Variant("(ta{sv}a{s(is)})", (0, {"GetDeviceNames": names}, {})))
+            values = {"InterfaceVersion": GLib.Variant("s", "1.1"), "GetDeviceNames": names}
+            return invocation.return_value(GLib.Variant("(ta{sv}a{s(is)})", (0, values, {})))
         values = {"InterfaceVersion": "1.1", "GetDeviceNames": ["Simulated", "Broken stand"],
                   "IsDeviceAvailable": 1 if a and a[0] == 1 else 0, "Connect": DEVICE_PATH, "Ping": None}
         if method == "Connect" and a[0] != 1:
