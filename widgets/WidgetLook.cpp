@@ -19,6 +19,7 @@ QColor textDim() { return QColor(0x80, 0x85, 0x8c); }
 QColor accent() { return QColor(0xe6, 0xbe, 0x28); }
 QColor mark() { return QColor(0x4f, 0xc8, 0xf0); }
 QColor warn() { return QColor(0xf0, 0x5a, 0x4a); }
+QColor disabledFace() { return QColor(0x36, 0x38, 0x3c); }
 
 void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
 {
@@ -28,7 +29,7 @@ void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
     if (hot && !down && enabled)
         fill = fill.lighter(112);
     if (!enabled)
-        fill = QColor(0x36, 0x38, 0x3c);
+        fill = disabledFace();
     const QRectF in = r.adjusted(0.5, 0.5, -0.5, -0.5);
     p.fillRect(in, fill);
     const QColor tl = down ? edgeDark() : edgeLight();

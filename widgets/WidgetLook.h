@@ -20,6 +20,7 @@ QColor textDim();     // greyed text and inert marks
 QColor accent();      // selected / latched / active path (amber)
 QColor mark();        // origin and range marks (cyan)
 QColor warn();        // a value outside the shown range (red)
+QColor disabledFace(); // the face of every greyed control, whatever its colour
 
 enum class Arrow { Left, Right, Up, Down };
 
