@@ -11,6 +11,7 @@
 #include "state/UiHelpers.h"
 #include "widgets/usrButton.h"
 
+#include <QApplication>
 #include <QPointer>
 #include <functional>
 #include <vector>
@@ -32,6 +33,8 @@ struct Toggle {
 // the service while the stand moves; clicks given meanwhile are dropped.
 void runToggle(QWidget* window, const std::vector<usrButton*>& buttons, const Toggle& t)
 {
+    // The keyboard comes back to the button it was on when it is usable again.
+    QPointer<QWidget> focused = QApplication::focusWidget();
     std::vector<QPointer<usrButton>> held;
     for (usrButton* b : buttons)
         if (b && b->isEnabled()) {
@@ -42,8 +45,11 @@ void runToggle(QWidget* window, const std::vector<usrButton*>& buttons, const To
     auto release = [&] {
         busy.end();
         for (const QPointer<usrButton>& b : held)
-            if (b)
+            if (b) {
                 b->setEnabled(true);
+                if (b == focused)
+                    b->setFocus(Qt::OtherFocusReason);
+            }
         Common_Flush();
     };
     MicroscopeService& svc = *mainState().micService;

@@ -7,7 +7,6 @@
 #include "MainWindowTestSupport.h"
 
 #include "core/base/VbConvert.h"
-#include "core/service/dbus/DBusMicroscopeService.h"
 #include "core/settings/clsIniEdit.h"
 #include "core/settings/SettingsPaths.h"
 #include "devicepanels/motion/frmSubZ.h"
@@ -133,6 +132,7 @@ TEST(Analyzer, TheSpaceKeyTogglesItAsAClickDoes) {
     QTest::keyClick(m.ui()->btnAna[0], Qt::Key_Space);
     pump(30);
     EXPECT_EQ(m.svc().AnalyzerIsInserted() == 1, !wasIn);
+    EXPECT_TRUE(m.ui()->btnAna[0]->hasFocus()) << "the keyboard stays on the button";
 }
 
 TEST(Shutter, AClickOnTheDrawingsButtonTogglesTheShutterAndTheDrawingFollows) {
@@ -511,10 +511,4 @@ TEST(Rules, PickingTheObjectiveAlreadyInPlaceStillCommandsTheNosepiece) {
     m.faults().clearFaults();
     EXPECT_EQ(m.rec.texts(), QStringList{QStringLiteral("Position_Change TimeOut Error")});
     EXPECT_EQ(m.svc().NosepiecePosition(), at);
-}
-
-TEST(Rules, AServiceCallOverTheBusWaitsAnHourNotTheBussDefault) {
-    // The bus ends a call after 25 s unless told otherwise; a long move of
-    // the stand must not end in a time-out of the call itself.
-    EXPECT_EQ(DBusMicroscopeService::kCallTimeoutMs, 3600000);
 }
