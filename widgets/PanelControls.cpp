@@ -71,7 +71,7 @@ void PanelLabel::applyColours()
     // A greyed entry loses its colour: a plain grey face, no lighter than
     // a dark one, under dimmed text, so it no longer reads as selectable.
     pal.setColor(QPalette::Disabled, QPalette::WindowText, zentor::look::textDim());
-    pal.setColor(QPalette::Disabled, QPalette::Window, zentor::look::disabledFace());
+    pal.setColor(QPalette::Disabled, QPalette::Window, zentor::look::disabledFace(colorFromBgr(m_back)));
     setPalette(pal);
     setAutoFillBackground(!m_transparent);
     update();

@@ -20,6 +20,11 @@ QColor accent() { return QColor(0xe6, 0xbe, 0x28); }
 QColor mark() { return QColor(0x4f, 0xc8, 0xf0); }
 QColor warn() { return QColor(0xf0, 0x5a, 0x4a); }
 QColor disabledFace() { return QColor(0x36, 0x38, 0x3c); }
+QColor disabledFace(const QColor& live)
+{
+    const int grey = std::min(disabledFace().lightness(), live.lightness() * 3 / 4);
+    return QColor(grey, grey, grey);
+}
 
 void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
 {

@@ -21,6 +21,9 @@ QColor accent();      // selected / latched / active path (amber)
 QColor mark();        // origin and range marks (cyan)
 QColor warn();        // a value outside the shown range (red)
 QColor disabledFace(); // the face of every greyed control, whatever its colour
+// A greyed face for a control whose live face is `live`: colourless, and
+// never lighter than the live one, so that it does not stand out as a button.
+QColor disabledFace(const QColor& live);
 
 enum class Arrow { Left, Right, Up, Down };
 

@@ -223,8 +223,7 @@ void usrAddress::paintEvent(QPaintEvent*)
     const bool enabled = isEnabled();
     // Greyed: the rows lose their section's colour and the selection its amber.
     const QColor liveRow = colorFromBgr(m_itemColor);
-    const int grey = std::min(look::disabledFace().lightness(), liveRow.lightness() * 3 / 4);
-    const QColor rowColor = enabled ? liveRow : QColor(grey, grey, grey);
+    const QColor rowColor = enabled ? liveRow : look::disabledFace(liveRow);
     p.fillRect(rect(), rowColor.darker(135));
     const int n = RowCount();
     const int h = rowHeight();

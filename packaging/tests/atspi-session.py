@@ -101,14 +101,15 @@ def application():
 BUTTONS = (pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON)
 TEXTS = (pyatspi.ROLE_LABEL, pyatspi.ROLE_STATIC, pyatspi.ROLE_TEXT)
 
-# The button of each device panel on the main window, and the name its
-# reading carries before the value.
+# The button of each device panel on the main window, the name its reading
+# carries before the value, and the button of the panel that gives the device
+# a value to read first (a dark lamp shows none).
 DEVICE_READINGS = (
     ("Aperture stop panel", "Aperture Stop"),
     ("DIA field stop panel", "DIA Field Stop"),
     ("EPI field stop panel", "EPI Field Stop"),
     ("ND filter panel", "ND Filter"),
-    ("Lamp panel", "Lamp voltage"),
+    ("Lamp panel", "Lamp voltage", "Switch the lamp on or off"),
     ("Zoom panel", "Zoom magnification"),
     ("Objective panel", "Objective in place"),
     ("Filter cube panel", "Filter Cube in place"),
@@ -129,6 +130,15 @@ def reading_in_panels(app, main_window, reading):
         label = find(w, TEXTS, lambda n: n.startswith(reading + " ") and n[len(reading):].strip() != "")
         if label is not None:
             return (w, label)
+    return None
+
+
+def other_window(app, main_window):
+    """A showing window of the program other than the main one."""
+    for i in range(app.childCount):
+        w = app.getChildAtIndex(i)
+        if w is not None and w.getRole() in WINDOWS and showing(w) and w.name != main_window.name:
+            return w
     return None
 
 
@@ -202,14 +212,18 @@ def main():
         print("panel closed")
 
         # Every device panel: its reading is named and carries the value.
-        for button_name, reading in DEVICE_READINGS:
+        for button_name, reading, *first in DEVICE_READINGS:
             button = find(window, BUTTONS, lambda n: n == button_name)
             if button is None:
                 print("no %s on this stand" % button_name)
                 continue
             press(button)
-            found = wait_for("reading \"%s\" with a value" % reading,
-                             lambda: reading_in_panels(app, window, reading))
+            what = "reading \"%s\" with a value" % reading
+            found = wait_for(what, lambda: reading_in_panels(app, window, reading), timeout=5, fatal=not first)
+            if found is None:
+                sub = wait_for("panel of " + button_name, lambda: other_window(app, window))
+                press(wait_for(first[0], lambda: find(sub, BUTTONS, lambda n: n == first[0])))
+                found = wait_for(what, lambda: reading_in_panels(app, window, reading))
             sub, label = found
             print("%s: %s" % (sub.name, label.name))
             press(wait_for("close button of " + sub.name,
