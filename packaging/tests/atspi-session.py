@@ -117,6 +117,7 @@ DEVICE_READINGS = (
     ("Light path panel", "Light path in use"),
     ("Z focus panel", "Focus position"),
     ("XY stage panel", "Stage X position"),
+    ("Fiber illumination panel", "Fiber ND filter"),
 )
 
 
