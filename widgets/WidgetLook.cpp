@@ -1,5 +1,6 @@
 #include "widgets/WidgetLook.h"
 
+#include <QImage>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
@@ -46,6 +47,32 @@ void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
     p.drawLine(in.bottomLeft(), in.bottomRight());
     p.drawLine(in.topRight(), in.bottomRight());
     p.restore();
+}
+
+void paintGreyable(QWidget* w, const std::function<void(QPainter&)>& draw)
+{
+    if (w->isEnabled()) {
+        QPainter p(w);
+        draw(p);
+        return;
+    }
+    const qreal ratio = w->devicePixelRatioF();
+    QImage picture(w->size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    {
+        QPainter ip(&picture);
+        draw(ip);
+    }
+    for (int y = 0; y < picture.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
+        for (int x = 0; x < picture.width(); ++x) {
+            const int grey = qGray(line[x]) * 3 / 5;
+            line[x] = qRgba(grey, grey, grey, qAlpha(line[x]));
+        }
+    }
+    QPainter p(w);
+    p.drawImage(QPointF(0, 0), picture);
 }
 
 void drawArrow(QPainter& p, const QRectF& r, Arrow dir, int count, const QColor& color)

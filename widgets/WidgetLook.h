@@ -5,6 +5,8 @@
 #include <QColor>
 #include <QRectF>
 
+#include <functional>
+
 class QPainter;
 class QWidget;
 
@@ -33,6 +35,9 @@ void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot = 
 void drawArrow(QPainter& p, const QRectF& r, Arrow dir, int count, const QColor& color);
 // The keyboard focus frame.
 void drawFocus(QPainter& p, const QRectF& r);
+// Paints a widget through `draw`; while the widget is disabled the picture is
+// greyed: no colour left, and dimmer, so that no mark of it reads as live.
+void paintGreyable(QWidget* w, const std::function<void(QPainter&)>& draw);
 // Applies the family's font and a dark palette to a widget of the family.
 void applyTo(QWidget* w);
 

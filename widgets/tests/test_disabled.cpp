@@ -25,6 +25,7 @@ namespace {
 struct Ink {
     double chroma = 0;
     double lightness = 0;
+    int mostColourful = 0;  // the largest chroma of any one pixel
 };
 
 Ink inkOf(QWidget& w)
@@ -35,7 +36,9 @@ Ink inkOf(QWidget& w)
     for (int y = 0; y < img.height(); ++y)
         for (int x = 0; x < img.width(); ++x) {
             const QColor c = img.pixelColor(x, y);
-            ink.chroma += std::max({c.red(), c.green(), c.blue()}) - std::min({c.red(), c.green(), c.blue()});
+            const int chroma = std::max({c.red(), c.green(), c.blue()}) - std::min({c.red(), c.green(), c.blue()});
+            ink.chroma += chroma;
+            ink.mostColourful = std::max(ink.mostColourful, chroma);
             ink.lightness += c.lightness();
             ++n;
         }
@@ -162,6 +165,7 @@ TEST(Greyed, EveryWidgetLosesColourAndLightWhenDisabled)
         EXPECT_LT(greyed.chroma, live.chroma * 0.75 + 0.5) << c.name;
         EXPECT_LT(greyed.lightness, live.lightness) << c.name;
         EXPECT_LT(greyed.chroma, 12) << c.name << ": a greyed face has no colour";
+        EXPECT_LT(greyed.mostColourful, 40) << c.name << ": no mark of it stays coloured";
     }
 }
 
