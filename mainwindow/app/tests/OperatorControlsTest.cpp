@@ -398,12 +398,25 @@ TEST(StartUpLook, ASwitchToTheCompactLookIsNotSavedAsTheStartUpLook) {
 
 // ---- the lamp panel while the lamp is off ------------------------------------------------------
 
-TEST(LampPanel, ItsStatusIsReadAtActivationAlsoWhileTheLampIsOff) {
-    Window m;
-    m.svc().LampOff();
+namespace {
+
+// The lamp switched on or off on the stand, then its panel opened by its
+// button on the main window.
+frmSubLamp* openLampPanel(Window& m, bool lit) {
+    if (lit)
+        m.svc().LampOn();
+    else
+        m.svc().LampOff();
     pump(30);
     click(m.ui()->btnClamp[0]);
-    auto* lamp = qobject_cast<frmSubLamp*>(FormRegistry::loaded(QStringLiteral("frmSubLamp")));
+    return qobject_cast<frmSubLamp*>(FormRegistry::loaded(QStringLiteral("frmSubLamp")));
+}
+
+} // namespace
+
+TEST(LampPanel, ItsStatusIsReadAtActivationAlsoWhileTheLampIsOff) {
+    Window m;
+    frmSubLamp* lamp = openLampPanel(m, false);
     ASSERT_NE(lamp, nullptr);
     ASSERT_FALSE(lamp->frmLamp->isEnabled());
     EXPECT_TRUE(lamp->usrScroll->Enabled()) << "the slider was not disabled itself";
@@ -423,10 +436,7 @@ TEST(LampPanel, ItsStatusIsReadAtActivationAlsoWhileTheLampIsOff) {
 
 TEST(Readings, ADevicePanelsValueIsReadWithItsName) {
     Window m;
-    m.svc().LampOn();
-    pump(30);
-    click(m.ui()->btnClamp[0]);
-    auto* lamp = qobject_cast<frmSubLamp*>(FormRegistry::loaded(QStringLiteral("frmSubLamp")));
+    frmSubLamp* lamp = openLampPanel(m, true);
     ASSERT_NE(lamp, nullptr);
     ASSERT_FALSE(lamp->txtSel->Caption().isEmpty());
     EXPECT_EQ(accessibleName(lamp->txtSel), QStringLiteral("Lamp voltage ") + lamp->txtSel->Caption());

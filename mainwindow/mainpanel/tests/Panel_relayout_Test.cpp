@@ -245,39 +245,6 @@ TEST_F(RelayoutTest, ThePanelsTakeTheHeightOfWhatTheyShowAndTheWindowRulesStay)
     EXPECT_EQ(p.window()->size(), window);
 }
 
-// Whether a label draws anything of its own: rendered without its
-// background onto black, every pixel stays black.
-bool drawsNothing(QWidget* w)
-{
-    QImage img(w->size(), QImage::Format_RGB32);
-    img.fill(Qt::black);
-    w->render(&img, QPoint(), QRegion(), QWidget::DrawChildren);
-    for (int y = 0; y < img.height(); ++y)
-        for (int x = 0; x < img.width(); ++x)
-            if (img.pixel(x, y) != qRgb(0, 0, 0))
-                return false;
-    return true;
-}
-
-TEST_F(RelayoutTest, LabelsTheDispatchLeavesEmptyShowNoWordsWhateverTheDrawingShows)
-{
-    MainPanel& p = *panel;
-    mainState().MicConnected = true;
-    p.usrMainPath->ShowLampOff();
-    p.usrMainPath->ShowShutterClose();
-    p.usrMainPath->ShowAnalyzerOut();
-    for (int round = 0; round < 2; ++round) {
-        for (PanelLabel* l : {p.LampCmd[0], p.LampCmd[1], p.AnaCmd[0], p.ShutterCmd[0]}) {
-            EXPECT_EQ(l->Caption(), QString());
-            EXPECT_TRUE(drawsNothing(l)) << l->objectName().toStdString() << " round " << round;
-            EXPECT_EQ(l->accessibleName().contains(QLatin1String("Off")), false);
-        }
-        p.usrMainPath->ShowLampOn();
-        p.usrMainPath->ShowShutterOpen();
-        p.usrMainPath->ShowAnalyzerIn();
-    }
-}
-
 TEST_F(RelayoutTest, LongNamesBesideTheSelectorArrowsAreDrawnWholeAndShortOnesAtFullSize)
 {
     MainPanel& p = *panel;
