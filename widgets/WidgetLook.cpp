@@ -51,7 +51,7 @@ void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
 
 void paintGreyable(QWidget* w, const std::function<void(QPainter&)>& draw)
 {
-    if (w->isEnabled()) {
+    if (w->isEnabled() || w->size().isEmpty()) {
         QPainter p(w);
         draw(p);
         return;

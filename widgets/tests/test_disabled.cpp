@@ -189,3 +189,19 @@ TEST(Greyed, NoWidgetRaisesAnEventFromAClickOrAKeyWhileDisabled)
             EXPECT_EQ(labelClick->count(), 0) << c.name;
     }
 }
+
+TEST(Greyed, ASlidersEnabledReadsWhatWasWrittenAlsoInsideAGreyedFrame)
+{
+    QWidget frame;
+    auto* slider = new usrXscroll(&frame);
+    frame.setEnabled(false);
+    slider->setEnabled(true);
+    EXPECT_TRUE(slider->Enabled()) << "written true, read true, though the frame greys it";
+    EXPECT_FALSE(slider->isEnabled());
+    slider->setEnabled(false);
+    EXPECT_FALSE(slider->Enabled());
+    frame.setEnabled(true);
+    EXPECT_FALSE(slider->Enabled());
+    slider->setEnabled(true);
+    EXPECT_TRUE(slider->Enabled());
+}
