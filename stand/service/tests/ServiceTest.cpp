@@ -377,7 +377,9 @@ TEST_F(ServiceTest, TablesAndObservationPositionsTravelWithTheirTypes)
 
 TEST_F(ServiceTest, FiberIlluminatorIsServedUnderItsOwnName)
 {
-    startService();
+    // The illuminator's name is taken after the microscope's: waited for itself.
+    ASSERT_TRUE(service.start({QStringLiteral("--speed"), QStringLiteral("20")}, ZentorBus::FiberService))
+        << service.error().toStdString();
     DBusFiberService fiber;
     QStringList events;
     QObject::connect(&fiber, &FiberService::OnPropertyChanged, [&](const QString& m) { events << m; });
