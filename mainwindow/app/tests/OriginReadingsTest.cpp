@@ -155,3 +155,28 @@ TEST(OriginReadings, StageOriginsAtTheEndsOfTheTravelReadTheWholeTravelOnTheMain
     EXPECT_EQ(win.ui->Ycmd[1]->Caption(), half(yMax));
     EXPECT_TRUE(win.rec.texts().isEmpty()) << win.rec.texts().join('|').toStdString();
 }
+
+TEST(OriginReadings, ACountAtTheEndOfTheThirtyTwoBitRangeGivesTheEventsMessageAndAbsStillReadsIt) {
+    Window win;
+    const int32_t xMax = int32_t(win.svc().UpperLimit(LimitIndex::XYDriveX));
+    auto* p = openFrom<frmSubStage>(win.ui->btnXY[0], "frmSubStage");
+    ASSERT_NE(p, nullptr);
+    win.svc().XYDriveMove(xMax, 0);
+    pump(30);
+    click(p->btnXReset);
+    pump(20);
+    ASSERT_EQ(win.ui->Xcmd[0]->Caption(), QStringLiteral("0.0 um"));
+    // A count no stage reaches: shown against the origin it overflows, and
+    // the event says so in its own words, the reading left as it was.
+    const QString text = QStringLiteral("AppXYDriveXPosition:-2147483648");
+    win.w->micEvent_OnPropertyChanged(text);
+    EXPECT_EQ(win.rec.texts(), QStringList{QStringLiteral("Error : ") + text + QStringLiteral("  check: Split problem")});
+    EXPECT_EQ(win.ui->Xcmd[0]->Caption(), QStringLiteral("0.0 um"));
+    // With the origin at 0 the same count reads, on both panels.
+    click(p->btnAbs);
+    pump(20);
+    EXPECT_EQ(win.ui->Xcmd[0]->Caption(), QStringLiteral("-1073741824.0 um"));
+    EXPECT_EQ(win.ui->Xcmd[1]->Caption(), QStringLiteral("-1073741824.0 um"));
+    EXPECT_EQ(p->Text1->Caption(), QStringLiteral("X -1073741824.0 um"));
+    EXPECT_EQ(win.rec.texts().size(), 1);
+}
