@@ -187,6 +187,29 @@ TEST(StagePanel, XYSettingRemembersTheStagePositionOfTheObjective) {
     EXPECT_EQ(rig.iniValue("XY Setting", "Top"), QStringLiteral("<absent>"));
 }
 
+TEST(StagePanel, AnOffsetAtOneEndOfTheTravelReadsAgainstAnOriginAtTheOther) {
+    MotionRig rig;
+    const int32_t xMin = int32_t(rig.mic.LowerLimit(LimitIndex::XYDriveX));
+    const int32_t xMax = int32_t(rig.mic.UpperLimit(LimitIndex::XYDriveX));
+    const int32_t yMin = int32_t(rig.mic.LowerLimit(LimitIndex::XYDriveY));
+    const int32_t yMax = int32_t(rig.mic.UpperLimit(LimitIndex::XYDriveY));
+    mainState().mXY.setXORGIN(xMin);
+    mainState().mXY.setYORGIN(yMax);
+    rig.mic.XYDriveMove(xMax, yMin);
+    pumpEvents();
+    auto* p = qobject_cast<frmSubStage*>(openMotionPanel(kXY, frmSubStage::kSetting, -1));
+    pumpEvents();
+    ASSERT_NE(p, nullptr);
+    const int16_t a = mainState().mObj.Address();
+    PanelRig::click(p->BtnMemory);
+    EXPECT_EQ(p->usrAdd->Label(a), QStringLiteral("%1 :  X : %2  Y :%3")
+                                       .arg(a)
+                                       .arg(vb::numberText((double(xMax) - xMin) * 0.5))
+                                       .arg(vb::numberText((double(yMin) - yMax) * 0.5)));
+    EXPECT_EQ(p->Text1->Caption(), QStringLiteral("X ") + mainState().mXY.Format_XCount() + QStringLiteral(" um"));
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+}
+
 TEST(StagePanel, EscapeTogglesTheStage) {
     MotionRig rig;
     rig.mic.XYDriveMove(500, 500);
