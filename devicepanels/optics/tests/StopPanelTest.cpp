@@ -105,6 +105,9 @@ TEST(StopPanels, ADisabledStopOffersNeitherMemoryNorResetEvenInAUserMethod) {
     }
     EXPECT_DOUBLE_EQ(s.mAS.Memory_Get(8, 3), 12);
     EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+    // Kept to look at (build/testhome/panels_stop_tests/screens).
+    QDir().mkpath(testHome() + QStringLiteral("/screens"));
+    EXPECT_TRUE(ap->grab().save(testHome() + QStringLiteral("/screens/greyed-aperture-stop.png")));
 }
 
 TEST(StopPanels, ABuiltInMethodOnAGreyedApertureStopShowsNoButtonsWhileTheUsableFieldStopHidesThem) {
