@@ -48,6 +48,13 @@ void typeInto(QLineEdit* edit, const QString& text) {
     QTest::keyClicks(edit, text);
 }
 
+// The reversal time was refused: one box, and the field and the delay read `kept`.
+void expectOneRefusal(FiberRig& rig, frmSubFiber* p, const QString& kept) {
+    ASSERT_EQ(rig.boxes.shown().size(), 1) << rig.boxes.texts().join('|').toStdString();
+    EXPECT_EQ(p->txtTime->text(), kept);
+    EXPECT_DOUBLE_EQ(p->Delay(), kept.toDouble());
+}
+
 bool controlsUsable(frmSubFiber* p) {
     return p->usrNDCtrl->isEnabled() && p->btnShutter[0]->isEnabled() && p->btnShutter[1]->isEnabled();
 }
@@ -167,9 +174,7 @@ TEST(FiberPanel, ANegativeTimeGivesTheMessageAndPutsBackTheLastGoodValue) {
     p->txtTime->setFocus();
     p->txtTime->setText(QStringLiteral("-3"));
     p->chkLink->setFocus();
-    ASSERT_EQ(rig.boxes.shown().size(), 1);
-    EXPECT_EQ(p->txtTime->text(), "7.5");
-    EXPECT_DOUBLE_EQ(p->Delay(), 7.5);
+    expectOneRefusal(rig, p, QStringLiteral("7.5"));
 }
 
 TEST(FiberPanel, TheTimeTakesOnlyDigitsPointAndBackspace) {
@@ -225,9 +230,7 @@ TEST(FiberPanel, ReturnDoesNotCheckTheTimeOnlyLeavingTheFieldDoes) {
     // Tab leaves the field, and that is the lost focus that checks it.
     QTest::keyClick(p->txtTime, Qt::Key_Tab);
     EXPECT_FALSE(p->txtTime->hasFocus());
-    ASSERT_EQ(rig.boxes.shown().size(), 1);
-    EXPECT_EQ(p->txtTime->text(), "100");
-    EXPECT_DOUBLE_EQ(p->Delay(), 100.0);
+    expectOneRefusal(rig, p, QStringLiteral("100"));
 }
 
 TEST(FiberPanel, TenThousandDigitsAreAboveTheLimit) {
@@ -238,9 +241,7 @@ TEST(FiberPanel, TenThousandDigitsAreAboveTheLimit) {
     QTest::keyClicks(p->txtTime, QString(9999, QLatin1Char('9')));
     EXPECT_EQ(p->txtTime->text().size(), 10000);
     p->chkLink->setFocus();
-    ASSERT_EQ(rig.boxes.shown().size(), 1);
-    EXPECT_EQ(p->txtTime->text(), "100");
-    EXPECT_DOUBLE_EQ(p->Delay(), 100.0);
+    expectOneRefusal(rig, p, QStringLiteral("100"));
     // Zeros in front count for nothing: 0000...05 (more digits than a Double holds) is 5 s.
     typeInto(p->txtTime, QString(400, QLatin1Char('0')) + QLatin1Char('5'));
     p->chkLink->setFocus();
