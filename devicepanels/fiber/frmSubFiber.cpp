@@ -14,8 +14,8 @@
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <limits>
 #include <QPainter>
+#include <limits>
 
 namespace {
 

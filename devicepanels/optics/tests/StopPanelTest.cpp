@@ -70,6 +70,11 @@ TEST(StopPanels, AUserMethodShowsTheMemoryButtonsAndTheOriginAtTheObjectivesMemo
     ASSERT_NE(ap, nullptr);
     EXPECT_TRUE(ap->BtnMemory->isVisible());
     EXPECT_TRUE(ap->btnReset->isVisible());
+    // Shown after the panel was laid out without them: the window makes room.
+    for (QWidget* b : {static_cast<QWidget*>(ap->BtnMemory), static_cast<QWidget*>(ap->btnReset)})
+        EXPECT_TRUE(ap->rect().contains(b->geometry())) << b->objectName().toStdString();
+    QDir().mkpath(testHome() + QStringLiteral("/screens"));
+    EXPECT_TRUE(ap->grab().save(testHome() + QStringLiteral("/screens/aperture-stop-user-method.png")));
     EXPECT_DOUBLE_EQ(ap->usrScroll->Origin(), 12.0);
     // The dispatch moves the origin with the objective.
     s.mAS.Memory_Put(8, 4, 6);
