@@ -424,7 +424,8 @@ TEST(LampPanel, ItsStatusIsReadAtActivationAlsoWhileTheLampIsOff) {
     // activation reads it.
     const double wanted = m.svc().LowerLimit(LimitIndex::Lamp) + m.svc().Step(LimitIndex::Lamp) * 3;
     m.svc().setLampControlVoltage(wanted);
-    pump(30);
+    // Later than the activation that follows an opening: the operator's own.
+    pump(1200);
     QEvent activate(QEvent::WindowActivate);
     QApplication::sendEvent(lamp, &activate);
     EXPECT_DOUBLE_EQ(lamp->usrScroll->Value(), wanted);
