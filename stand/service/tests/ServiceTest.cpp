@@ -377,9 +377,7 @@ TEST_F(ServiceTest, TablesAndObservationPositionsTravelWithTheirTypes)
 
 TEST_F(ServiceTest, FiberIlluminatorIsServedUnderItsOwnName)
 {
-    // The illuminator's name is taken after the microscope's: waited for itself.
-    ASSERT_TRUE(service.start({QStringLiteral("--speed"), QStringLiteral("20")}, ZentorBus::FiberService))
-        << service.error().toStdString();
+    startService();
     DBusFiberService fiber;
     QStringList events;
     QObject::connect(&fiber, &FiberService::OnPropertyChanged, [&](const QString& m) { events << m; });
