@@ -128,6 +128,9 @@ Answer show(const QString& text, Buttons buttons, Icon icon, const QString& titl
     }
     if (systemModal)
         box.setWindowModality(Qt::ApplicationModal);
+    // Device panels stay above every window; a box they wait on must not
+    // open beneath them.
+    box.setWindowFlag(Qt::WindowStaysOnTopHint);
     g_open.append(QPointer<QMessageBox>(&box));
     // Beside the window's caption, the end-to-end tests wait for the boxes.
     if (qEnvironmentVariableIsSet("ZENTOR_PRINT_CAPTION")) {
