@@ -29,9 +29,6 @@ public:
             args << QStringLiteral("--stand") << d;
         if (!m_process.start(args, microscopeName))
             throw std::runtime_error(m_process.error().toStdString());
-        // The service takes the illuminator's name after the microscopes'.
-        if (!ServiceProcess::waitForName(fiberName, true))
-            throw std::runtime_error("the service did not take " + fiberName.toStdString());
         const QDBusConnection bus = QDBusConnection::sessionBus();
         m_service = std::make_unique<DBusMicroscopeService>(bus, microscopeName);
         m_control = std::make_unique<DBusStandControl>(bus, m_process.uniqueName(), 1);
