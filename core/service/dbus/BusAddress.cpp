@@ -189,7 +189,8 @@ bool fromAddress(const QString& address, Place& place, QString& error)
     int count = 0;
     const bool ok = !utf8.isEmpty() && dbus_parse_address(utf8.constData(), &entries, &count, &err);
     if (!ok) {
-        const QString why = dbus_error_is_set(&err) ? fromLibdbus(err.message) : QStringLiteral("it is empty");
+        const QString why =
+            dbus_error_is_set(&err) ? fromLibdbus(err.message).trimmed() : QStringLiteral("it is empty");
         dbus_error_free(&err);
         error = QStringLiteral("ZENTOR_BUS_ADDRESS is not a D-Bus address (%1).").arg(why);
         return false;

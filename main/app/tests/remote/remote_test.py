@@ -316,7 +316,7 @@ class BadInput(StandTestCase):
                 self.refused_start(args, "bad-host", pattern)
         for address, pattern in [("nonsense", r"^ZENTOR_BUS_ADDRESS is not a D-Bus address \("),
                                  ("unix:path=/tmp/a b", r"^ZENTOR_BUS_ADDRESS is not a D-Bus address \("),
-                                 ("unixexec:path=sh,argv1=-c,argv2=touch%20" + marker + ";",
+                                 ("unixexec:path=ssh,argv1=$(touch%20" + marker + ")",
                                   r"^ZENTOR_BUS_ADDRESS is not a D-Bus address \(")]:
             with self.subTest(address=address):
                 self.refused_start([], "bad-address", pattern, env_extra={"ZENTOR_BUS_ADDRESS": address})
