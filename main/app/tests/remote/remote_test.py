@@ -53,6 +53,7 @@ class Panel:
         self.tty_output = b""
         if tty:
             # A terminal of its own: a prompt, if ssh made one, would show here.
+            open(self.stderr_path, "w").close()
             pid, self.tty = pty.fork()
             if pid == 0:
                 fd = os.open(self.stderr_path, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o644)

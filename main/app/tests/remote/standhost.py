@@ -185,7 +185,6 @@ class StandHost:
                 "  UserKnownHostsFile " + known_hosts,
                 "  GlobalKnownHostsFile /dev/null",
                 "  StrictHostKeyChecking yes",
-                "  LogLevel ERROR",
                 "",
             ])
 
