@@ -165,4 +165,5 @@ private:
     int m_placing = 0;      // corrections of the frame's place still allowed (only at start)
     int m_topLoopLevel = -1;  // the event loop's nesting where the window's own events run
     bool m_linkLost = false;
+    QMetaObject::Connection m_idleCheck;
 };

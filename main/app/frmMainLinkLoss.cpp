@@ -1,32 +1,43 @@
 // A dropped link to another computer's bus: handled as a dead service. The
-// liveness check (CheckServer) runs at once instead of at the next
-// activation, since the operator of a far stand may watch the panel without
-// touching it; its message and the orderly close are those of any dead
-// service.
+// liveness check (CheckServer) runs as soon as the panel is idle instead of
+// at the next activation, since the operator of a far stand may watch the
+// panel without touching it; its message and the orderly close are those of
+// any dead service.
 #include "main/app/frmMain.h"
 
+#include "state/UiHelpers.h"
+
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QThread>
-#include <QTimer>
 
 void frmMain::serviceLinkLost() {
     if (m_linkLost || m_unloaded)
         return;
     m_linkLost = true;
-    QTimer::singleShot(0, this, [this] { checkAfterLinkLoss(); });
+    QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
+    if (!dispatcher)
+        return;
+    // The window's own event loop about to wait for the next event is the
+    // one moment no handler runs: a call that was waiting on the link has
+    // failed and said so in its own box, and that handler has returned, so
+    // no panel closes under a handler still running. (A handler that lets
+    // events through, as the flush after a move does, never waits there.)
+    m_idleCheck = connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
+                          [this] { checkAfterLinkLoss(); });
+    dispatcher->wakeUp();
 }
 
 void frmMain::checkAfterLinkLoss() {
-    if (m_unloaded)
-        return;
-    // A call that was waiting on the link has failed and says so in its own
-    // box; the check follows once that handler has returned, so that no
-    // panel closes under a handler still running.
-    const int top = m_topLoopLevel >= 0 ? m_topLoopLevel : 1;
-    if (QThread::currentThread()->loopLevel() > top || QApplication::activeModalWidget() || m_inCheck) {
-        QTimer::singleShot(50, this, [this] { checkAfterLinkLoss(); });
+    if (m_unloaded) {
+        disconnect(m_idleCheck);
         return;
     }
+    const int top = m_topLoopLevel >= 0 ? m_topLoopLevel : 1;
+    if (QThread::currentThread()->loopLevel() > top || QApplication::activeModalWidget() || m_inCheck ||
+        Common_Flushing())
+        return;
+    disconnect(m_idleCheck);
     m_inCheck = true;
     CheckServer();
     m_inCheck = false;

@@ -570,13 +570,17 @@ class LinkLoss(WindowTestCase):
         if not RELAY:
             self.skipTest("delay_relay is not built (ZENTOR_BENCH off)")
         relay = self.host.slow_link(RELAY, 0)
+        # Slow motors on the far computer: the turret is still turning when
+        # the network goes.
+        service = subprocess.Popen([SERVICE, "--speed", "0.05"], env=self.host.far_env(),
+                                   stderr=open(os.path.join(self.work, "service.log"), "w"))
+        self.addCleanup(stop, service)
+        wait_for("far service", lambda: self.host.name_owner_pid("org.zentor.Microscope") == service.pid, 20)
         p = self.panel(["--host", "stand-slow", "/SIM"], "network-gone")
         caption = p.caption()
         app, window = self.window(caption)
         before = self.objective_reading(window)
         number = int(before.name[len("Objective "):].split(":")[0])
-        # The far motors run at real speed: the turret is still turning
-        # when the network goes.
         self.choose_objective(window, number)
         # The network goes: nothing passes any more, nothing is closed.
         relay.send_signal(signal.SIGSTOP)
@@ -587,6 +591,9 @@ class LinkLoss(WindowTestCase):
         finally:
             relay.send_signal(signal.SIGCONT)
         print("the panel closed %.1f s after the network went" % (time.monotonic() - gone))
+        # The move under way failed as a move to a dead service does, then
+        # the liveness check spoke.
+        self.assertEqual(texts[0], "Position_Change Error")
         self.check_closed_in_order(p, texts)
 
 
