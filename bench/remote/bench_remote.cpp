@@ -13,9 +13,9 @@
 //     daemon's GetId (a bare D-Bus program: the baseline), the service's empty
 //     Ping, and a device read (NosepiecePosition);
 //   - event latency: from a call on the far bus that makes the service send
-//     OnPropertyChanged to its arrival through ADDRESS, against a bare signal
-//     sent on the far bus by this program itself (the baseline); both carry
-//     their send time;
+//     OnPropertyChanged to its arrival through ADDRESS, against the same done
+//     by a bare program (a method of this program on the far bus that sends a
+//     plain signal: the baseline); both texts carry their send time;
 //   - a blocking move through ADDRESS (stage X, real speed): how long the
 //     call took beyond the last position event (the call ends when the stand
 //     says so), whether the positions came in order, and how late a 10 ms
@@ -68,6 +68,26 @@ std::vector<double> roundTrips(int rounds, F call)
     }
     return us;
 }
+
+// The bare program's side of an event: a method on the far bus that sends a
+// signal, as the service's EmitEvents sends OnPropertyChanged.
+class BareEmitter : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.zentor.Bench")
+public:
+    explicit BareEmitter(const QDBusConnection& bus) : m_bus(bus) {}
+public slots:
+    Q_SCRIPTABLE void Emit(const QString& text)
+    {
+        QDBusMessage s = QDBusMessage::createSignal(QStringLiteral("/bench/remote"), QStringLiteral("org.zentor.Bench"),
+                                                    QStringLiteral("Text"));
+        s << text;
+        m_bus.send(s);
+    }
+
+private:
+    QDBusConnection m_bus;
+};
 
 // Receives events and bare signals through the path under test; each text
 // ends in its send time.
@@ -139,11 +159,13 @@ int probe(const QString& name, QString address, const QString& farAddress, int r
                  QStringLiteral("Text"), &receiver, SLOT(onText(QString)));
     QObject::connect(&client, &MicroscopeService::OnPropertyChanged, &receiver, &Receiver::onText);
     client.NosepiecePosition();   // the match rules are in place
+    BareEmitter emitter(far);
+    far.registerObject(QStringLiteral("/bench/remote"), &emitter, QDBusConnection::ExportScriptableSlots);
     const std::vector<double> bareSignal = latencies(receiver, rounds, [&](qint64 t) {
-        QDBusMessage s = QDBusMessage::createSignal(QStringLiteral("/bench/remote"), QStringLiteral("org.zentor.Bench"),
-                                                    QStringLiteral("Text"));
-        s << QStringLiteral("AppBenchEvent:%1").arg(t);
-        far.send(s);
+        QDBusMessage m = QDBusMessage::createMethodCall(far.baseService(), QStringLiteral("/bench/remote"),
+                                                        QStringLiteral("org.zentor.Bench"), QStringLiteral("Emit"));
+        m << QStringLiteral("AppBenchEvent:%1").arg(t);
+        far.asyncCall(m);
     });
     const std::vector<double> event = latencies(receiver, rounds, [&](qint64 t) {
         QDBusMessage m = QDBusMessage::createMethodCall(ZentorBus::MicroscopeService, ZentorBus::devicePath(0),
@@ -156,7 +178,8 @@ int probe(const QString& name, QString address, const QString& farAddress, int r
     // --- a blocking move ---------------------------------------------------------------
     const double lo = client.LowerLimit(LimitIndex::XYDriveX), hi = client.UpperLimit(LimitIndex::XYDriveX);
     const int32_t x0 = client.XYDriveXPosition();
-    const int32_t to = static_cast<int32_t>(x0 - lo < hi - x0 ? lo + (hi - lo) * 0.3 : hi - (hi - lo) * 0.3);
+    // A tenth of the travel, towards the farther end.
+    const int32_t to = static_cast<int32_t>(x0 - lo < hi - x0 ? x0 + (hi - lo) * 0.1 : x0 - (hi - lo) * 0.1);
     std::vector<int32_t> positions;
     qint64 lastEventNs = 0;
     QObject::connect(&client, &MicroscopeService::OnPropertyChanged, [&](const QString& m) {
