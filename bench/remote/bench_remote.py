@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """The remote benchmark's driver (bench_remote runs it): makes a far computer
-on this one (main/app/tests/remote/standhost.py: its session bus, an sshd on
+on this one (mainwindow/app/tests/remote/standhost.py: its session bus, an sshd on
 127.0.0.1, the real ssh and systemd-stdio-bridge), starts the service there
 at real motor speed, and has bench_remote --probe measure three paths in
 turn:
@@ -23,7 +23,7 @@ import tempfile
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path.insert(0, os.path.join(HERE, "..", "..", "main", "app", "tests", "remote"))
+sys.path.insert(0, os.path.join(HERE, "..", "..", "mainwindow", "app", "tests", "remote"))
 from standhost import StandHost, stop, wait_for  # noqa: E402
 
 
@@ -61,7 +61,7 @@ def main():
         try:
             wait_for("far service", lambda: host.name_owner_pid("org.zentor.Microscope") == service.pid, 30)
             host.slow_link(relay, 25)
-            zentor = os.path.join(build, "main", "zentor")
+            zentor = os.path.join(build, "mainwindow", "zentor")
             starts = {}
             monitor_log = os.path.join(work, "calls")
             for name, args, extra in (("local", ["/SIM"], {"ZENTOR_BUS_ADDRESS": host.bus_address}),
