@@ -28,6 +28,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSettings>
+#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -247,6 +248,7 @@ void frmMain::showEvent(QShowEvent* e) {
 void frmMain::Form_Activate() {
     if (!FirstActivate || m_unloaded)
         return;
+    m_topLoopLevel = QThread::currentThread()->loopLevel();
     if (CompactRequest == 1 || OpenMode == 2) {
         ui->PanelMode = 2;
         ui->frmSub->show();
@@ -306,12 +308,14 @@ void frmMain::fillMicList(const QStringList& names, QListWidget* dialogList) {
     MainState& s = mainState();
     const QVector<MicroscopeEntry> entries = buildMicroscopeList(
         names, RequestedMic, [&](int16_t index) { return s.micService->IsDeviceAvailable(index) != 0; });
+    const QString computer = ServiceSource::computer();
     for (const MicroscopeEntry& e : entries) {
-        auto* it = new QListWidgetItem(e.text);
+        const QString text = shownName(e.text, computer);
+        auto* it = new QListWidgetItem(text);
         it->setData(Qt::UserRole, int(e.itemData));
         ui->lstMic->addItem(it);
         if (dialogList && RequestedMic != 46)
-            dialogList->addItem(e.text);
+            dialogList->addItem(text);
     }
 }
 

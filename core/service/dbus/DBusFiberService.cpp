@@ -40,6 +40,10 @@ QDBusMessage DBusFiberService::send(const QString& member, const QVariantList& a
     msg.setArguments(args);
     const QDBusMessage reply = m_bus.call(msg, QDBus::BlockWithGui, m_timeoutMs);
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    if (reply.type() == QDBusMessage::ErrorMessage && !m_bus.isConnected())
+        throw RunTimeError(RunTimeError::ServiceGone,
+                           QStringLiteral("The connection to the fiber illuminator server is lost: ") +
+                               reply.errorMessage());
     if (reply.type() == QDBusMessage::ErrorMessage)
         throw ZentorBus::errorFromMessage(reply);
     if (reply.type() != QDBusMessage::ReplyMessage)

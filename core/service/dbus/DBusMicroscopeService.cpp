@@ -80,6 +80,12 @@ QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
     // Events that the bus delivered before the reply are handed out before the
     // call returns, as the in-process stand does.
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    // A link to another computer that dropped ends the calls it carried
+    // with a "no reply": the service is gone, not slow.
+    if (reply.type() == QDBusMessage::ErrorMessage && !m_bus.isConnected())
+        throw RunTimeError(RunTimeError::ServiceGone,
+                           QStringLiteral("The connection to the microscope service is lost: ") +
+                               reply.errorMessage());
     if (reply.type() == QDBusMessage::ErrorMessage)
         throw ZentorBus::errorFromMessage(reply);
     if (reply.type() != QDBusMessage::ReplyMessage)
