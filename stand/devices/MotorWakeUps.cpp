@@ -51,7 +51,10 @@ void MotorWakeUps::fire() {
     // Everything due now or within the together window, taken out first: a
     // motor woken here may ask for its next wake-up, which goes to the next
     // round of the timer, and may end or cancel another motor of this round.
+    // A motor's callback may run a nested event loop that fires again: each
+    // round works on its own tail of m_firing and leaves the rest alone.
     const std::shared_ptr<MotorWakeUps> keep = shared_from_this();
+    const size_t first = m_firing.size();
     const qint64 limit = nowNs() + kTogetherNs;
     for (auto it = m_entries.begin(); it != m_entries.end();) {
         if (it->atNs <= limit) {
@@ -62,11 +65,11 @@ void MotorWakeUps::fire() {
         }
     }
     arm();
-    for (size_t i = 0; i < m_firing.size(); ++i) {
+    for (size_t i = first; i < m_firing.size(); ++i) {
         if (!m_firing[i].who) continue;
         m_firing[i].who = nullptr;
         const Wake wake = m_firing[i].wake;
         wake();
     }
-    m_firing.clear();
+    m_firing.resize(first);
 }
