@@ -29,31 +29,6 @@ void pump(int ms)
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
 }
 
-// Kilobytes of the process's resident memory.
-long residentKB(qint64 pid)
-{
-    QFile f(QStringLiteral("/proc/%1/status").arg(pid));
-    if (!f.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : f.readAll().split('\n'))
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').value(0).toLong();
-    return -1;
-}
-
-// Run time of all the process's threads, in milliseconds (for messages).
-double cpuMs(qint64 pid)
-{
-    double ms = 0;
-    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
-    for (const QString& t : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile stat(tasks.filePath(t + QStringLiteral("/schedstat")));
-        if (stat.open(QIODevice::ReadOnly))
-            ms += stat.readAll().split(' ').value(0).toDouble() / 1e6;
-    }
-    return ms;
-}
-
 } // namespace
 
 TEST(ServiceWakeUps, AtRestTheServiceDoesNotWakeWithClientsOrAfterTheyLeft)
@@ -174,7 +149,7 @@ TEST(ServiceWakeUps, AListenerThatNeverReadsMakesTheServiceNeitherSpinNorGrow)
 
     DBusMicroscopeService s;
     s.Connect(0);
-    const long startKB = residentKB(service.pid());
+    const long startKB = wakeups::memoryKB(service.pid());
     // Moves back and forth and a flood of 200,000 events, none of which the
     // stopped listener takes.
     for (int i = 0; i < 6; ++i)
@@ -184,17 +159,17 @@ TEST(ServiceWakeUps, AListenerThatNeverReadsMakesTheServiceNeitherSpinNorGrow)
     flood << QStringLiteral("AppZDriveZPosition:1") << 200000;
     const QDBusMessage r = QDBusConnection::sessionBus().call(flood, QDBus::Block, 600000);
     EXPECT_EQ(r.type(), QDBusMessage::ReplyMessage) << r.errorMessage().toStdString();
-    const long endKB = residentKB(service.pid());
+    const long endKB = wakeups::memoryKB(service.pid());
 
     // Afterwards it rests: no wake-up while the listener still holds out.
     pump(500);
     const auto before = wakeups::perThread(service.pid());
-    const double cpuBefore = cpuMs(service.pid());
+    const double cpuBefore = wakeups::cpuMs(service.pid());
     QThread::sleep(2);
     const auto after = wakeups::perThread(service.pid());
     EXPECT_EQ(wakeups::total(after) - wakeups::total(before), 0)
         << "the service spins: " << wakeups::difference(before, after).toStdString() << " "
-        << cpuMs(service.pid()) - cpuBefore << " ms CPU";
+        << wakeups::cpuMs(service.pid()) - cpuBefore << " ms CPU";
     // What the listener does not take waits in the bus, not in the service.
     EXPECT_LT(endKB - startKB, 20 * 1024) << startKB << " kB before, " << endKB << " kB after";
     EXPECT_EQ(s.NosepiecePosition(), s.NosepiecePosition());   // still answering

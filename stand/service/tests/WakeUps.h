@@ -1,5 +1,5 @@
 #pragma once
-// How often a process has woken: the kernel's count of voluntary context
+// How often a process has woken, and what it has cost: the kernel's count of voluntary context
 // switches, summed over all its threads (/proc/PID/task/*/status). A thread
 // that waits for nothing but its sockets and timers gives up the processor
 // exactly once per wake-up, whatever else the machine is doing: preemption
@@ -36,6 +36,32 @@ inline long total(const QMap<QString, long>& counts)
     for (long c : counts)
         n += c;
     return n;
+}
+
+// Run time of all the process's threads, in milliseconds.
+inline double cpuMs(qint64 pid)
+{
+    double ms = 0;
+    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
+    for (const QString& t : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile stat(tasks.filePath(t + QStringLiteral("/schedstat")));
+        if (stat.open(QIODevice::ReadOnly))
+            ms += stat.readAll().split(' ').value(0).toDouble() / 1e6;
+    }
+    return ms;
+}
+
+// Kilobytes of one field of the process's memory ("VmRSS:" resident now,
+// "VmHWM:" its peak); -1 when the process has gone.
+inline long memoryKB(qint64 pid, const char* field = "VmRSS:")
+{
+    QFile f(QStringLiteral("/proc/%1/status").arg(pid));
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : f.readAll().split('\n'))
+        if (line.startsWith(field))
+            return line.mid(int(qstrlen(field))).trimmed().split(' ').value(0).toLong();
+    return -1;
 }
 
 // The wake-ups of each thread between two readings, for a failure message.
