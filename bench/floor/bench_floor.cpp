@@ -565,5 +565,9 @@ int main(int argc, char** argv)
     if (part("stuck"))
         stuckListener(c, service.pid(), &z, free);
     printMachine("at the end");
+    for (QProcess* p : {bare.get(), echo.get()}) {
+        p->kill();
+        p->waitForFinished(5000);
+    }
     return 0;
 }
