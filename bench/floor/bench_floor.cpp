@@ -19,6 +19,7 @@
 // Targets: round trip <= 1.15x the bare ping, propagation <= 1.2x the bare
 // signal, flood rate >= 0.9x the bare sender, streaming CPU <= 1.2x the bare
 // sender, no wake-up at rest.
+#include "../PrivateBus.h"
 #include "ServiceProcess.h"
 #include "WakeUps.h"
 
@@ -508,18 +509,8 @@ void stuckListener(Client& c, qint64 servicePid, int32_t* z, const Stream& free)
 
 int main(int argc, char** argv)
 {
-    // Always on a private bus of its own, never the operator's session.
-    if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i)
-            args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_floor: cannot start dbus-run-session");
-        return 1;
-    }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_floor"))
+        return failed;
     QCoreApplication app(argc, argv);
     // Parts named on the command line run alone (roundtrip propagation flood
     // stream rest stuck); none named, all run.
