@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <string>
 
 namespace {
 
@@ -27,6 +28,20 @@ void pump(int ms)
     QDeadlineTimer deadline(ms);
     while (!deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+}
+
+// Watches the process for `seconds` without waking it: empty when it did not
+// wake; else which threads woke how often, and the CPU spent.
+std::string wakeUpsOver(qint64 pid, unsigned long seconds)
+{
+    const auto before = wakeups::perThread(pid);
+    const double cpuBefore = wakeups::cpuMs(pid);
+    QThread::sleep(seconds);
+    const auto after = wakeups::perThread(pid);
+    if (wakeups::total(after) == wakeups::total(before))
+        return {};
+    return (wakeups::difference(before, after) + QStringLiteral("%1 ms CPU").arg(wakeups::cpuMs(pid) - cpuBefore))
+        .toStdString();
 }
 
 } // namespace
@@ -43,19 +58,11 @@ TEST(ServiceWakeUps, AtRestTheServiceDoesNotWakeWithClientsOrAfterTheyLeft)
         b.Connect(0);
         a.NosepiecePosition();
         pump(300);
-        const auto before = wakeups::perThread(service.pid());
-        QThread::sleep(3);
-        const auto after = wakeups::perThread(service.pid());
-        EXPECT_EQ(wakeups::total(after) - wakeups::total(before), 0)
-            << "woken at rest: " << wakeups::difference(before, after).toStdString();
+        EXPECT_EQ(wakeUpsOver(service.pid(), 3), "") << "woken at rest";
     }
     QDBusConnection::disconnectFromBus(QStringLiteral("b"));
     pump(300);
-    const auto before = wakeups::perThread(service.pid());
-    QThread::sleep(2);
-    const auto after = wakeups::perThread(service.pid());
-    EXPECT_EQ(wakeups::total(after) - wakeups::total(before), 0)
-        << "woken at rest after a client left: " << wakeups::difference(before, after).toStdString();
+    EXPECT_EQ(wakeUpsOver(service.pid(), 2), "") << "woken at rest after a client left";
 }
 
 TEST(ServiceWakeUps, AStreamingMoveWakesTheServiceAboutOncePerReport)
@@ -163,13 +170,7 @@ TEST(ServiceWakeUps, AListenerThatNeverReadsMakesTheServiceNeitherSpinNorGrow)
 
     // Afterwards it rests: no wake-up while the listener still holds out.
     pump(500);
-    const auto before = wakeups::perThread(service.pid());
-    const double cpuBefore = wakeups::cpuMs(service.pid());
-    QThread::sleep(2);
-    const auto after = wakeups::perThread(service.pid());
-    EXPECT_EQ(wakeups::total(after) - wakeups::total(before), 0)
-        << "the service spins: " << wakeups::difference(before, after).toStdString() << " "
-        << wakeups::cpuMs(service.pid()) - cpuBefore << " ms CPU";
+    EXPECT_EQ(wakeUpsOver(service.pid(), 2), "") << "the service spins";
     // What the listener does not take waits in the bus, not in the service.
     EXPECT_LT(endKB - startKB, 20 * 1024) << startKB << " kB before, " << endKB << " kB after";
     EXPECT_EQ(s.NosepiecePosition(), s.NosepiecePosition());   // still answering
