@@ -138,6 +138,23 @@ TEST(StandMotion, AMoveToWhereTheDriveStandsEndsWithoutAnEvent) {
     EXPECT_TRUE(s.events.filter(QStringLiteral("AppZDriveZPosition:")).isEmpty());
 }
 
+TEST(StandMotion, AMoveAskedForWhileTheDriveRunsIsRefusedAndTheFirstArrives) {
+    Stand s(5.0);
+    int secondError = -1;
+    int32_t midway = -1;
+    // Another client asks for a move while this one runs.
+    QTimer::singleShot(100, [&] {
+        midway = s.mic.ZDriveZPosition();
+        secondError = errorOf([&] { s.mic.setZDriveZPosition(1000); });
+    });
+    EXPECT_EQ(errorOf([&] { s.mic.setZDriveZPosition(40000); }), 0);
+    EXPECT_NE(secondError, 0);
+    EXPECT_GT(midway, 0);
+    EXPECT_LT(midway, 40000);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), 40000);
+    EXPECT_EQ(s.events.last(), QStringLiteral("AppZDriveZPosition:40000"));
+}
+
 TEST(StandMotion, EscapeStopsAMoveWhereItIsAndTheDriveGoesDown) {
     Stand s(1.0);
     int32_t stoppedAt = 0;
