@@ -439,7 +439,8 @@ void frmMain::Form_Unload() {
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Height"), QString::number(zentor::pixelsToTwips(height())));
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Width"), QString::number(zentor::pixelsToTwips(width())));
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Menu"), QString::number(ui->frmMenu->Width()));
-    OpenMode = ui->PanelMode == 2 ? 2 : 1;
+    // The start-up look is the operator's setting as read, not the look of
+    // this run: a start with /C or a switch of looks does not change it.
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Open"), QString::number(OpenMode));
 
     // Written on every unload. A run that never opened a microscope writes
