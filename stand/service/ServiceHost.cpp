@@ -472,6 +472,15 @@ private:
 ServiceHost::ServiceHost(const QDBusConnection& bus, SimulatedService* service, Log log, QObject* parent)
     : QObject(parent), m_bus(bus), m_service(service), m_log(std::move(log))
 {
+    // The bus library's own signal of a lost connection: it is made in this
+    // process, never sent by the bus.
+    m_bus.connect(QString(), QStringLiteral(DBUS_PATH_LOCAL), QStringLiteral(DBUS_INTERFACE_LOCAL),
+                  QStringLiteral("Disconnected"), this, SLOT(disconnected()));
+}
+
+void ServiceHost::disconnected()
+{
+    emit busGone();
 }
 
 ServiceHost::~ServiceHost()

@@ -69,6 +69,14 @@ public:
     // Messages queued for the bus beyond which a flood waits.
     static constexpr long kMaxOutgoingBytes = 256 * 1024;
 
+signals:
+    // The connection to the bus has ended (the bus went away). The bus
+    // library says so itself, so nothing has to look now and then.
+    void busGone();
+
+private slots:
+    void disconnected();
+
 private:
     QDBusConnection m_bus;
     SimulatedService* m_service;
