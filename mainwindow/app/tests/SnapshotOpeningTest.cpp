@@ -130,7 +130,7 @@ Seen openAndLook(const QStringList& args, bool withPanels)
 
 void expectAlike(const Seen& a, const Seen& b, const std::string& what)
 {
-    EXPECT_EQ(a.boxes, b.boxes) << what;
+    EXPECT_EQ(a.boxes.join(QLatin1Char('|')).toStdString(), b.boxes.join(QLatin1Char('|')).toStdString()) << what;
     EXPECT_EQ(a.window, b.window) << what;
     EXPECT_TRUE(a.picture == b.picture) << what << ": the windows' pictures differ";
     EXPECT_EQ(a.panels.size(), b.panels.size()) << what;
