@@ -339,9 +339,9 @@ class BadInput(StandTestCase):
 def load_atspi():
     """The accessibility helpers of the packaging tests (find, press, ...)."""
     path = os.path.join(HERE, "..", "..", "..", "..", "packaging", "tests", "atspi-session.py")
-    spec = importlib.util.spec_from_file_location("atspi_session", os.path.normpath(path))
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    found = importlib.util.spec_from_file_location("atspi_session", os.path.normpath(path))
+    module = importlib.util.module_from_spec(found)
+    found.loader.exec_module(module)
     return module
 
 
