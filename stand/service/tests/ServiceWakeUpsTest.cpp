@@ -191,8 +191,9 @@ TEST(ServiceWakeUps, AListenerThatNeverReadsMakesTheServiceNeitherSpinNorGrow)
     // What the listener does not take waits in the bus, not in the service.
     // An instrumented service keeps freed memory aside on purpose (the
     // address sanitizer's quarantine), so its size says nothing there.
-    if (!instrumentedService())
+    if (!instrumentedService()) {
         EXPECT_LT(endKB - startKB, 20 * 1024) << startKB << " kB before, " << endKB << " kB after";
+    }
     EXPECT_EQ(s.NosepiecePosition(), s.NosepiecePosition());   // still answering
     ::kill(static_cast<pid_t>(stuck.processId()), SIGKILL);
     stuck.waitForFinished(5000);
