@@ -4,6 +4,7 @@
 #include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
+#include "stand/service/PeerServer.h"
 #include "stand/service/ServiceHost.h"
 
 #include <QCoreApplication>
@@ -12,7 +13,6 @@
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
-#include <QDBusServer>
 #include <QDeadlineTimer>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -27,10 +27,9 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        server = std::make_unique<QDBusServer>(QStringLiteral("unix:dir=") + dir.path());
-        ASSERT_TRUE(server->isConnected()) << server->lastError().message().toStdString();
-        QObject::connect(server.get(), &QDBusServer::newConnection,
-                         [this](const QDBusConnection& c) { serverSide = std::make_unique<QDBusConnection>(c); });
+        server = std::make_unique<PeerServer>(QStringLiteral("unix:dir=") + dir.path());
+        ASSERT_TRUE(server->isListening()) << server->error().toStdString();
+        QObject::connect(server.get(), &PeerServer::newConnection, [this](BusConnection* c) { serverSide = c; });
         client = std::make_unique<QDBusConnection>(
             QDBusConnection::connectToPeer(server->address(), QStringLiteral("service-host-peer-test")));
         ASSERT_TRUE(client->isConnected()) << client->lastError().message().toStdString();
@@ -38,7 +37,7 @@ protected:
         while (!serverSide && !limit.hasExpired())
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         ASSERT_TRUE(serverSide);
-        host = std::make_unique<ServiceHost>(*serverSide, &service, [this](const QString& l) { log << l; });
+        host = std::make_unique<ServiceHost>(serverSide, &service, [this](const QString& l) { log << l; });
     }
 
     void TearDown() override
@@ -65,8 +64,8 @@ protected:
     QTemporaryDir dir;
     SimulatedService service{StandClock::instant(), {}};
     SimulatedFiber fiber{StandClock::instant(), true, 0};
-    std::unique_ptr<QDBusServer> server;
-    std::unique_ptr<QDBusConnection> serverSide;
+    std::unique_ptr<PeerServer> server;
+    BusConnection* serverSide = nullptr;   // the server's child
     std::unique_ptr<QDBusConnection> client;
     std::unique_ptr<ServiceHost> host;
     QStringList log;

@@ -1,0 +1,44 @@
+#pragma once
+// An object the service serves at one path, and what its objects share: how a
+// call finds its method in the interfaces an object offers, and the refusals
+// every object gives alike.
+#include "core/service/dbus/BusLayout.h"
+#include "stand/service/BusCall.h"
+
+#include <QPair>
+#include <QString>
+#include <QVector>
+
+class ServiceHost;
+
+class BusObject {
+public:
+    virtual ~BusObject() = default;
+    // Introspection XML of the interfaces this object offers now.
+    virtual QString introspect() const = 0;
+    // The interfaces this object offers now (the answer to Properties).
+    virtual bool offers(const QString& interface) const = 0;
+    // Answers a call of one of its members; false when it has no such member
+    // (introspection and the rest are answered by the host).
+    virtual bool handle(const BusCall& call) = 0;
+};
+
+using InterfaceList = QVector<QPair<QString, const QVector<ZentorBus::Method>*>>;
+
+// The method a call names, within the interfaces an object offers. An empty
+// interface name (allowed by D-Bus) matches the first one that has it.
+struct FoundMethod {
+    const ZentorBus::Method* method = nullptr;
+    QString interface;
+};
+FoundMethod lookUp(const BusCall& call, const InterfaceList& interfaces);
+
+// The refusal of arguments of another signature than the method's.
+void refuseArguments(const BusCall& call, const ZentorBus::Method& method);
+// The answer to a fault-injection call of a service that does not offer it.
+void refuseFaultInjection(const BusCall& call, const QString& interface);
+// A SetSpeedFactor beyond the bounds of ServiceHost is refused here (true).
+bool speedFactorRefused(double factor, const BusCall& call);
+// The answer to InterfaceVersion: the version of the interfaces this service
+// serves (its files' own unless told to serve an older minor).
+void replyVersion(const BusCall& call, const ServiceHost& host);

@@ -1,0 +1,35 @@
+#pragma once
+// One microscope at ZentorBus::devicePath(index): its device interface,
+// answered by its stand, and the fault-injection interface of tests.
+#include "stand/service/BusObject.h"
+
+#include <cstdint>
+#include <memory>
+
+class SimulatedStand;
+class StandControl;
+
+class MicroscopeObject : public BusObject {
+public:
+    MicroscopeObject(ServiceHost* host, int index)
+        : m_host(host), m_index(index), m_path(ZentorBus::devicePath(index).toLatin1()) {}
+
+    QString introspect() const override;
+    bool offers(const QString& interface) const override;
+    bool handle(const BusCall& call) override;
+
+    // The stand of this index, created and wired on first use; answers an
+    // error itself and gives nullptr when the microscope cannot be opened.
+    SimulatedStand* standOrRefuse(const BusCall& call);
+
+private:
+    void control(SimulatedStand& stand, const ZentorBus::Method& m, const BusCall& call);
+    void sendEvent(const QString& message);
+
+    ServiceHost* m_host;
+    int m_index;
+    QByteArray m_path;
+    SimulatedStand* m_wired = nullptr;
+    // Events this microscope has sent: the sequence number of its snapshots.
+    uint64_t m_sent = 0;
+};
