@@ -53,6 +53,19 @@ bool appendArray(DBusMessageIter* out, const char* elementType, Each each)
     return dbus_message_iter_close_container(out, &array) && ok;
 }
 
+// An array of numbers of the D-Bus type `type` (ai, ad).
+template <typename T>
+bool appendNumbers(DBusMessageIter* out, int type, const QVariantList& values)
+{
+    const char signature[] = {char(type), 0};
+    return appendArray(out, signature, [&](DBusMessageIter* a) {
+        for (const QVariant& x : values)
+            if (!appendBasic<T>(a, type, x.value<T>()))
+                return false;
+        return true;
+    });
+}
+
 bool appendObservation(DBusMessageIter* out, const QVariantList& fields)
 {
     DBusMessageIter s;
@@ -100,19 +113,9 @@ bool appendValue(DBusMessageIter* out, const QVariant& v, const QByteArray& type
             return true;
         });
     if (type == "ai")
-        return appendArray(out, "i", [&](DBusMessageIter* a) {
-            for (const QVariant& x : v.toList())
-                if (!appendBasic<dbus_int32_t>(a, DBUS_TYPE_INT32, x.toInt()))
-                    return false;
-            return true;
-        });
+        return appendNumbers<dbus_int32_t>(out, DBUS_TYPE_INT32, v.toList());
     if (type == "ad")
-        return appendArray(out, "d", [&](DBusMessageIter* a) {
-            for (const QVariant& x : v.toList())
-                if (!appendBasic<double>(a, DBUS_TYPE_DOUBLE, x.toDouble()))
-                    return false;
-            return true;
-        });
+        return appendNumbers<double>(out, DBUS_TYPE_DOUBLE, v.toList());
     if (type == ZentorBus::ObservationSignature.toLatin1())
         return appendObservation(out, v.toList());
     return false;

@@ -15,6 +15,19 @@ FoundMethod lookUp(const BusCall& call, const InterfaceList& interfaces)
     return {};
 }
 
+QString OfferedInterfaces::introspect(const ServiceHost& host) const
+{
+    QString xml = ZentorBus::introspectionXml(host.served(own));
+    if (host.faultInjection())
+        xml += ZentorBus::introspectionXml(host.served(faults));
+    return xml;
+}
+
+bool OfferedInterfaces::offers(const ServiceHost& host, const QString& interface) const
+{
+    return interface == own || (interface == faults && host.faultInjection());
+}
+
 void refuseArguments(const BusCall& call, const ZentorBus::Method& m)
 {
     call.error(DBUS_ERROR_INVALID_ARGS, QStringLiteral("%1 takes arguments of signature '%2', not '%3'")

@@ -33,6 +33,15 @@ struct FoundMethod {
 };
 FoundMethod lookUp(const BusCall& call, const InterfaceList& interfaces);
 
+// An object's own interface and its fault-injection one, which is offered
+// (answered and introspected) only by a service started with fault injection.
+struct OfferedInterfaces {
+    QString own;
+    QString faults;
+    QString introspect(const ServiceHost& host) const;
+    bool offers(const ServiceHost& host, const QString& interface) const;
+};
+
 // The refusal of arguments of another signature than the method's.
 void refuseArguments(const BusCall& call, const ZentorBus::Method& method);
 // The answer to a fault-injection call of a service that does not offer it.

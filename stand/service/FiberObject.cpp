@@ -12,18 +12,18 @@ FiberObject::FiberObject(ServiceHost* host, SimulatedFiber* fiber) : m_host(host
     });
 }
 
+namespace {
+const OfferedInterfaces kInterfaces{ZentorBus::FiberInterface, ZentorBus::FiberControlInterface};
+}
+
 QString FiberObject::introspect() const
 {
-    QString xml = ZentorBus::introspectionXml(m_host->served(ZentorBus::FiberInterface));
-    if (m_host->faultInjection())
-        xml += ZentorBus::introspectionXml(m_host->served(ZentorBus::FiberControlInterface));
-    return xml;
+    return kInterfaces.introspect(*m_host);
 }
 
 bool FiberObject::offers(const QString& interface) const
 {
-    return interface == ZentorBus::FiberInterface
-        || (interface == ZentorBus::FiberControlInterface && m_host->faultInjection());
+    return kInterfaces.offers(*m_host, interface);
 }
 
 bool FiberObject::handle(const BusCall& call)

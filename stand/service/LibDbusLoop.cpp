@@ -71,17 +71,37 @@ LibDbusLoop::~LibDbusLoop()
     }
 }
 
+template <typename Handle>
+void LibDbusLoop::handleThenDispatch(Handle handle)
+{
+    m_handling = true;
+    m_dispatchWanted = false;
+    handle();
+    m_handling = false;
+    if (m_connection && (m_dispatchWanted || dbus_connection_get_dispatch_status(m_connection) == DBUS_DISPATCH_DATA_REMAINS))
+        dispatch();
+}
+
 void LibDbusLoop::scheduleDispatch()
 {
     if (!m_connection || m_dispatchQueued)
         return;
+    if (m_handling) {
+        m_dispatchWanted = true;   // dispatched as soon as the handling returns
+        return;
+    }
     m_dispatchQueued = true;
-    QMetaObject::invokeMethod(this, &LibDbusLoop::dispatch, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_dispatchQueued = false;
+            dispatch();
+        },
+        Qt::QueuedConnection);
 }
 
 void LibDbusLoop::dispatch()
 {
-    m_dispatchQueued = false;
     for (int i = 0; i < kDispatchBatch; ++i)
         if (dbus_connection_dispatch(m_connection) != DBUS_DISPATCH_DATA_REMAINS)
             return;
@@ -96,10 +116,8 @@ dbus_bool_t LibDbusLoop::addWatch(DBusWatch* watch, void* data)
     auto* n = new WatchNotifiers;
     const auto notifier = [&](QSocketNotifier::Type type, unsigned flag) {
         auto* s = new QSocketNotifier(fd, type, loop);
-        QObject::connect(s, &QSocketNotifier::activated, loop, [loop, watch, flag] {
-            dbus_watch_handle(watch, flag);
-            loop->scheduleDispatch();
-        });
+        QObject::connect(s, &QSocketNotifier::activated, loop,
+                         [loop, watch, flag] { loop->handleThenDispatch([&] { dbus_watch_handle(watch, flag); }); });
         return s;
     };
     if (flags & DBUS_WATCH_READABLE)
@@ -131,10 +149,8 @@ dbus_bool_t LibDbusLoop::addTimeout(DBusTimeout* timeout, void* data)
 {
     auto* loop = static_cast<LibDbusLoop*>(data);
     auto* timer = new QTimer(loop);
-    QObject::connect(timer, &QTimer::timeout, loop, [loop, timeout] {
-        dbus_timeout_handle(timeout);
-        loop->scheduleDispatch();
-    });
+    QObject::connect(timer, &QTimer::timeout, loop,
+                     [loop, timeout] { loop->handleThenDispatch([&] { dbus_timeout_handle(timeout); }); });
     dbus_timeout_set_data(timeout, timer, nullptr);
     toggleTimeout(timeout, data);
     return true;

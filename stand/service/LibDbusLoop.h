@@ -23,6 +23,10 @@ public:
     ~LibDbusLoop() override;
 
 private:
+    // Runs `handle` (a watch's or a time-out's), then dispatches what it read
+    // right there: one turn of the loop for a message, not two.
+    template <typename Handle>
+    void handleThenDispatch(Handle handle);
     void scheduleDispatch();
     void dispatch();
 
@@ -37,4 +41,6 @@ private:
     DBusConnection* m_connection = nullptr;
     DBusServer* m_server = nullptr;
     bool m_dispatchQueued = false;
+    bool m_handling = false;   // inside a watch's or a time-out's handling
+    bool m_dispatchWanted = false;
 };

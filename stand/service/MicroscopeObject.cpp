@@ -5,18 +5,18 @@
 #include "stand/service/ServiceHost.h"
 #include "stand/service/StandSnapshot.h"
 
+namespace {
+const OfferedInterfaces kInterfaces{ZentorBus::DeviceInterface, ZentorBus::ControlInterface};
+}
+
 QString MicroscopeObject::introspect() const
 {
-    QString xml = ZentorBus::introspectionXml(m_host->served(ZentorBus::DeviceInterface));
-    if (m_host->faultInjection())
-        xml += ZentorBus::introspectionXml(m_host->served(ZentorBus::ControlInterface));
-    return xml;
+    return kInterfaces.introspect(*m_host);
 }
 
 bool MicroscopeObject::offers(const QString& interface) const
 {
-    return interface == ZentorBus::DeviceInterface
-        || (interface == ZentorBus::ControlInterface && m_host->faultInjection());
+    return kInterfaces.offers(*m_host, interface);
 }
 
 bool MicroscopeObject::handle(const BusCall& call)

@@ -153,3 +153,22 @@ TEST_F(ServiceHostPeerTest, TheFiberSpeedFactorHasTheBoundsOfTheMicroscopes)
         EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
                       .type(), QDBusMessage::ReplyMessage) << f;
 }
+
+// The connection's end reaches the host from libdbus itself (its Disconnected
+// signal), with nothing looking now and then.
+TEST_F(ServiceHostPeerTest, APeerThatLeavesEndsTheConnectionOfItsHost)
+{
+    QString error;
+    ASSERT_TRUE(host->registerMicroscopeObjects(error)) << error.toStdString();
+    bool gone = false;
+    QObject::connect(host.get(), &ServiceHost::busGone, [&] { gone = true; });
+    ASSERT_EQ(call(ZentorBus::ManagerPath, ZentorBus::ManagerInterface, QStringLiteral("Ping")).type(),
+              QDBusMessage::ReplyMessage);
+    client.reset();
+    QDBusConnection::disconnectFromPeer(QStringLiteral("service-host-peer-test"));
+    const QDeadlineTimer limit(20000);   // a safety net, not a timing
+    while (!gone && !limit.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    EXPECT_TRUE(gone);
+    EXPECT_FALSE(serverSide->isConnected());
+}
