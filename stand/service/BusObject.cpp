@@ -15,17 +15,18 @@ FoundMethod lookUp(const BusCall& call, const InterfaceList& interfaces)
     return {};
 }
 
-QString OfferedInterfaces::introspect(const ServiceHost& host) const
+QString BusObject::introspect() const
 {
-    QString xml = ZentorBus::introspectionXml(host.served(own));
-    if (host.faultInjection())
-        xml += ZentorBus::introspectionXml(host.served(faults));
+    QString xml = ZentorBus::introspectionXml(m_host->served(m_interfaces.own));
+    if (!m_interfaces.faults.isEmpty() && m_host->faultInjection())
+        xml += ZentorBus::introspectionXml(m_host->served(m_interfaces.faults));
     return xml;
 }
 
-bool OfferedInterfaces::offers(const ServiceHost& host, const QString& interface) const
+bool BusObject::offers(const QString& interface) const
 {
-    return interface == own || (interface == faults && host.faultInjection());
+    return interface == m_interfaces.own
+        || (!m_interfaces.faults.isEmpty() && interface == m_interfaces.faults && m_host->faultInjection());
 }
 
 void refuseArguments(const BusCall& call, const ZentorBus::Method& m)

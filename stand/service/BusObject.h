@@ -8,19 +8,35 @@
 #include <QPair>
 #include <QString>
 #include <QVector>
+#include <utility>
 
 class ServiceHost;
 
+// An object's own interface and its fault-injection one (none for the
+// manager), which is offered (answered and introspected) only by a service
+// started with fault injection.
+struct OfferedInterfaces {
+    QString own;
+    QString faults;
+};
+
 class BusObject {
 public:
+    BusObject(ServiceHost* host, OfferedInterfaces interfaces) : m_host(host), m_interfaces(std::move(interfaces)) {}
     virtual ~BusObject() = default;
     // Introspection XML of the interfaces this object offers now.
-    virtual QString introspect() const = 0;
-    // The interfaces this object offers now (the answer to Properties).
-    virtual bool offers(const QString& interface) const = 0;
+    QString introspect() const;
+    // Whether it offers that interface now (the answer to Properties).
+    bool offers(const QString& interface) const;
     // Answers a call of one of its members; false when it has no such member
     // (introspection and the rest are answered by the host).
     virtual bool handle(const BusCall& call) = 0;
+
+protected:
+    ServiceHost* m_host;
+
+private:
+    OfferedInterfaces m_interfaces;
 };
 
 using InterfaceList = QVector<QPair<QString, const QVector<ZentorBus::Method>*>>;
@@ -32,15 +48,6 @@ struct FoundMethod {
     QString interface;
 };
 FoundMethod lookUp(const BusCall& call, const InterfaceList& interfaces);
-
-// An object's own interface and its fault-injection one, which is offered
-// (answered and introspected) only by a service started with fault injection.
-struct OfferedInterfaces {
-    QString own;
-    QString faults;
-    QString introspect(const ServiceHost& host) const;
-    bool offers(const ServiceHost& host, const QString& interface) const;
-};
 
 // The refusal of arguments of another signature than the method's.
 void refuseArguments(const BusCall& call, const ZentorBus::Method& method);

@@ -3,27 +3,14 @@
 #include "stand/SimulatedFiber.h"
 #include "stand/service/ServiceHost.h"
 
-FiberObject::FiberObject(ServiceHost* host, SimulatedFiber* fiber) : m_host(host), m_fiber(fiber)
+FiberObject::FiberObject(ServiceHost* host, SimulatedFiber* fiber)
+    : BusObject(host, {ZentorBus::FiberInterface, ZentorBus::FiberControlInterface}), m_fiber(fiber)
 {
     QObject::connect(fiber, &FiberService::OnPropertyChanged, host, [host](const QString& message) {
         static const QByteArray path = ZentorBus::FiberPath.toLatin1();
         static const QByteArray interface = ZentorBus::FiberInterface.toLatin1();
         host->sendSignal(path, interface, message);
     });
-}
-
-namespace {
-const OfferedInterfaces kInterfaces{ZentorBus::FiberInterface, ZentorBus::FiberControlInterface};
-}
-
-QString FiberObject::introspect() const
-{
-    return kInterfaces.introspect(*m_host);
-}
-
-bool FiberObject::offers(const QString& interface) const
-{
-    return kInterfaces.offers(*m_host, interface);
 }
 
 bool FiberObject::handle(const BusCall& call)

@@ -10,11 +10,8 @@ class FiberObject : public BusObject {
 public:
     FiberObject(ServiceHost* host, SimulatedFiber* fiber);
 
-    QString introspect() const override;
-    bool offers(const QString& interface) const override;
     bool handle(const BusCall& call) override;
 
 private:
-    ServiceHost* m_host;
     QPointer<SimulatedFiber> m_fiber;
 };

@@ -5,11 +5,6 @@
 #include "stand/service/ServiceHost.h"
 #include "stand/service/StandSnapshot.h"
 
-QString ManagerObject::introspect() const
-{
-    return ZentorBus::introspectionXml(m_host->served(ZentorBus::ManagerInterface));
-}
-
 bool ManagerObject::handle(const BusCall& call)
 {
     static const InterfaceList interfaces = {{ZentorBus::ManagerInterface, &ZentorBus::managerMethods()}};

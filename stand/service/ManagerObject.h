@@ -9,13 +9,10 @@ class MicroscopeObject;
 class ManagerObject : public BusObject {
 public:
     ManagerObject(ServiceHost* host, std::vector<MicroscopeObject*> microscopes)
-        : m_host(host), m_microscopes(std::move(microscopes)) {}
+        : BusObject(host, {ZentorBus::ManagerInterface, {}}), m_microscopes(std::move(microscopes)) {}
 
-    QString introspect() const override;
-    bool offers(const QString& interface) const override { return interface == ZentorBus::ManagerInterface; }
     bool handle(const BusCall& call) override;
 
 private:
-    ServiceHost* m_host;
     std::vector<MicroscopeObject*> m_microscopes;
 };

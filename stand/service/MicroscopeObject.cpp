@@ -5,20 +5,6 @@
 #include "stand/service/ServiceHost.h"
 #include "stand/service/StandSnapshot.h"
 
-namespace {
-const OfferedInterfaces kInterfaces{ZentorBus::DeviceInterface, ZentorBus::ControlInterface};
-}
-
-QString MicroscopeObject::introspect() const
-{
-    return kInterfaces.introspect(*m_host);
-}
-
-bool MicroscopeObject::offers(const QString& interface) const
-{
-    return kInterfaces.offers(*m_host, interface);
-}
-
 bool MicroscopeObject::handle(const BusCall& call)
 {
     using ZentorBus::Method;

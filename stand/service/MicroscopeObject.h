@@ -12,10 +12,9 @@ class StandControl;
 class MicroscopeObject : public BusObject {
 public:
     MicroscopeObject(ServiceHost* host, int index)
-        : m_host(host), m_index(index), m_path(ZentorBus::devicePath(index).toLatin1()) {}
+        : BusObject(host, {ZentorBus::DeviceInterface, ZentorBus::ControlInterface}),
+          m_index(index), m_path(ZentorBus::devicePath(index).toLatin1()) {}
 
-    QString introspect() const override;
-    bool offers(const QString& interface) const override;
     bool handle(const BusCall& call) override;
 
     // The stand of this index, created and wired on first use; answers an
@@ -26,7 +25,6 @@ private:
     void control(SimulatedStand& stand, const ZentorBus::Method& m, const BusCall& call);
     void sendEvent(const QString& message);
 
-    ServiceHost* m_host;
     int m_index;
     QByteArray m_path;
     SimulatedStand* m_wired = nullptr;
