@@ -172,3 +172,41 @@ TEST_F(ServiceHostPeerTest, APeerThatLeavesEndsTheConnectionOfItsHost)
     EXPECT_TRUE(gone);
     EXPECT_FALSE(serverSide->isConnected());
 }
+
+// Every path on the way to an object is a node that introspects with its
+// children; other paths, interfaces and members get D-Bus's own errors.
+TEST_F(ServiceHostPeerTest, TheObjectTreeAnswersItsNodesAndRefusesWhatIsNotThere)
+{
+    QString error;
+    ASSERT_TRUE(host->registerMicroscopeObjects(error)) << error.toStdString();
+    ASSERT_TRUE(host->registerFiberObject(&fiber, error)) << error.toStdString();
+    const QString introspectable = QStringLiteral("org.freedesktop.DBus.Introspectable");
+    const auto xmlOf = [&](const QString& path) {
+        const QDBusMessage r = call(path, introspectable, QStringLiteral("Introspect"));
+        EXPECT_EQ(r.type(), QDBusMessage::ReplyMessage) << path.toStdString() << r.errorMessage().toStdString();
+        return r.arguments().value(0).toString();
+    };
+    EXPECT_TRUE(xmlOf(QStringLiteral("/")).contains(QStringLiteral("<node name=\"org\"/>")));
+    const QString zentor = xmlOf(QStringLiteral("/org/zentor"));
+    EXPECT_TRUE(zentor.contains(QStringLiteral("<node name=\"Microscope\"/>")));
+    EXPECT_TRUE(zentor.contains(QStringLiteral("<node name=\"Fiber\"/>")));
+    EXPECT_FALSE(zentor.contains(ZentorBus::ManagerInterface));
+    const QString manager = xmlOf(ZentorBus::ManagerPath);
+    EXPECT_TRUE(manager.contains(QStringLiteral("<interface name=\"%1\">").arg(ZentorBus::ManagerInterface)));
+    EXPECT_TRUE(manager.contains(QStringLiteral("<node name=\"0\"/>")));
+
+    EXPECT_EQ(call(QStringLiteral("/org/zentor/Nothing"), ZentorBus::ManagerInterface, QStringLiteral("Ping")).errorName(),
+              QDBusError::errorString(QDBusError::UnknownObject));
+    EXPECT_EQ(call(ZentorBus::ManagerPath, QStringLiteral("org.zentor.Nothing"), QStringLiteral("Ping")).errorName(),
+              QDBusError::errorString(QDBusError::UnknownInterface));
+    EXPECT_EQ(call(ZentorBus::ManagerPath, QString(), QStringLiteral("Nothing")).errorName(),
+              QDBusError::errorString(QDBusError::UnknownMethod));
+
+    // No properties: none to list, and an interface the object has not is refused.
+    const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
+    const QDBusMessage all = call(ZentorBus::ManagerPath, properties, QStringLiteral("GetAll"), {ZentorBus::ManagerInterface});
+    ASSERT_EQ(all.type(), QDBusMessage::ReplyMessage) << all.errorMessage().toStdString();
+    EXPECT_EQ(all.signature(), QStringLiteral("a{sv}"));
+    EXPECT_EQ(call(ZentorBus::FiberPath, properties, QStringLiteral("GetAll"), {ZentorBus::FiberControlInterface})
+                  .errorName(), QDBusError::errorString(QDBusError::UnknownInterface));
+}
