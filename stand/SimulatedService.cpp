@@ -36,8 +36,7 @@ SimulatedStand* SimulatedService::stand(int index) {
                 const QString refused = stand->restoreUserMethods(kept);
                 if (!refused.isEmpty()) m_memory->reject(key, refused);
             }
-            connect(stand, &SimulatedStand::userMethodsChanged, this,
-                    [this, stand, key] { m_memory->keep(key, stand->userMethods()); });
+            stand->keepUserMethodsWith([this, key](const StandUserMethods& m) { return m_memory->keep(key, m); });
         }
     }
     return m_stands[index];

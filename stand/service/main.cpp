@@ -2,6 +2,7 @@
 // session bus. It serves the service's simulated microscope (index 0) and the
 // stands of its configuration (1..), and the fiber illuminator under a name of
 // its own, until the bus goes away or it is stopped.
+#include "core/base/FileRead.h"
 #include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
@@ -13,7 +14,6 @@
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -37,6 +37,9 @@ int fail(const QString& text)
     return 2;
 }
 
+// A configuration names a few files and numbers.
+constexpr qint64 kLargestConfiguration = 1024 * 1024;
+
 struct Configuration {
     QStringList stands;
     double speedFactor = 1.0;
@@ -48,7 +51,10 @@ struct Configuration {
 QStringList descriptionsIn(const QString& dir)
 {
     QStringList files;
-    const QFileInfoList entries = QDir(dir).entryInfoList({QStringLiteral("*.json")}, QDir::Files, QDir::Name);
+    // Pipes, sockets and devices of the name are listed too, so that they are
+    // refused by name (as a damaged description is) rather than passed over.
+    const QFileInfoList entries =
+        QDir(dir).entryInfoList({QStringLiteral("*.json")}, QDir::Files | QDir::System, QDir::Name);
     for (const QFileInfo& f : entries)
         files << f.absoluteFilePath();
     return files;
@@ -60,13 +66,14 @@ QStringList descriptionsIn(const QString& dir)
 // Relative paths are taken from the file's folder.
 bool readConfiguration(const QString& path, Configuration& config, QString& error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read the configuration %1: %2").arg(path, file.errorString());
+    const FileRead::Result file = FileRead::read(path, kLargestConfiguration);
+    if (!file.read()) {
+        error = QStringLiteral("cannot read the configuration %1: %2")
+                    .arg(path, file.missing() ? QStringLiteral("it does not exist") : file.why);
         return false;
     }
     QJsonParseError parse{};
-    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parse);
+    const QJsonDocument doc = QJsonDocument::fromJson(file.bytes, &parse);
     if (parse.error != QJsonParseError::NoError || !doc.isObject()) {
         error = QStringLiteral("the configuration %1 is not a JSON object (%2 at offset %3)")
                     .arg(path, parse.errorString()).arg(parse.offset);
@@ -183,8 +190,9 @@ int main(int argc, char* argv[])
                                           .arg(ZentorBus::ControlInterface));
     const QCommandLineOption stateOpt(QStringLiteral("state-file"),
                                       QStringLiteral("Keep the stands' user observation methods (7 to 12) in <file>, "
-                                                     "so that they survive a restart (default %1).")
-                                          .arg(StandMemory::defaultPath()),
+                                                     "so that they survive a restart (default %1). A damaged file is "
+                                                     "kept beside it as <file>.damaged-<UTC time> (the last %2).")
+                                          .arg(StandMemory::defaultPath()).arg(StandMemory::kDamagedCopiesKept),
                                       QStringLiteral("file"));
     parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt,
                        stateOpt, faultOpt});
