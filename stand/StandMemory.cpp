@@ -120,7 +120,11 @@ QJsonObject StandMemory::parse(const QByteArray& bytes, QStringList* damagedEntr
     for (const JsonMember& entry : entries.members) {
         try {
             if (!entry.whole) damaged(QStringLiteral("the file ends inside it"));
-            const QJsonDocument doc = QJsonDocument::fromJson(entry.value);
+            QJsonParseError error{};
+            const QJsonDocument doc = QJsonDocument::fromJson(entry.value, &error);
+            if (error.error != QJsonParseError::NoError)
+                damaged(QStringLiteral("it is not JSON (%1 at offset %2 of the entry)")
+                            .arg(error.errorString()).arg(error.offset));
             if (!doc.isObject()) damaged(QStringLiteral("it is not an object of JSON"));
             // Kept as the service writes it: what it reads, nothing else.
             sound.insert(entry.key, methodsToJson(methodsFromJson(doc.object(), entry.key)));
