@@ -120,6 +120,9 @@ Answer show(const QString& text, Buttons buttons, Icon icon, const QString& titl
     }
     if (systemModal)
         box.setWindowModality(Qt::ApplicationModal);
+    // Device panels stay above every window; a box they wait on must not
+    // open beneath them.
+    box.setWindowFlag(Qt::WindowStaysOnTopHint);
     g_open.append(QPointer<QMessageBox>(&box));
     const int pressed = box.exec();
     g_open.removeAll(QPointer<QMessageBox>(&box));

@@ -250,9 +250,9 @@ QString usrPath_M::colorAreaTip(const QPoint& widgetPos) const
 {
     switch (colorAreaAt(widgetPos)) {
     case 1:
-        return QStringLiteral("Excitation filter: click to choose its colour, right-click for its wavelength's colour");
+        return QStringLiteral("Excitation filter: click to choose its colour");
     case 2:
-        return QStringLiteral("Barrier filter: click to choose its colour, right-click for its wavelength's colour");
+        return QStringLiteral("Barrier filter: click to choose its colour");
     default:
         return QString();
     }

@@ -123,7 +123,6 @@ private:
     void dispatch(const QString& name, const QString& value, int16_t& Step);
     void showObjective(int16_t a);
     void showFilter(int16_t a, bool statusRead);
-    void markObservation();
     void setFrames(PanelFrame* const frames[2], bool visible);
     // Asks whether a device is mounted and shows or hides its two frames; a
     // device that is gone unloads its sub-panel. Answers whether it is mounted.

@@ -44,6 +44,9 @@ void frmMain::attachDevicePanels() {
     for (int i = 0; i < 2; ++i) {
         side.HBXField[i] = ui->HBXField[i];
         side.LampCmd[i] = ui->LampCmd[i];
+        side.Zcmd[i] = ui->Zcmd[i];
+        side.Xcmd[i] = ui->Xcmd[i];
+        side.Ycmd[i] = ui->Ycmd[i];
     }
     side.ZoomLink = ui->ZoomLink;
     connect(ui->ZoomLink, &PanelCheck::Click, this, [this] { frmSubZoom::ZoomLink_Click(ui->ZoomLink->Value()); });

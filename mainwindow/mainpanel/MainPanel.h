@@ -255,8 +255,8 @@ public:
     void labObserveU_Click(int16_t Index);
     // Opens the profile editor (MainPanelProfiles.cpp).
     void btnProfile_Click();
-    // A filter's colour area on the drawing, or its EX / BA button: left
-    // opens the colour picker, right goes back to the wavelength's colour.
+    // A filter's colour area on the drawing, or its EX / BA button: the left
+    // button opens the colour picker; any other does nothing.
     void usrMainPath_ColorPicked(int16_t Filter, int16_t Button);
     void btnObserve_MouseMove(int16_t Index);
     void labObserveU_MouseMove(int16_t Index);
