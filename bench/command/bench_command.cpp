@@ -4,6 +4,7 @@
 // calls and answers each with an error. The ratio says what the service costs
 // beyond receiving the calls. ZENTOR_SERVICE_UNDER_TEST runs another build of
 // the service (an older one, to compare).
+#include "../PrivateBus.h"
 #include "ServiceProcess.h"
 
 #include <QCoreApplication>
@@ -17,8 +18,6 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
-#include <cstdlib>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -80,17 +79,8 @@ qsizetype sendTwo(const QString& service) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i)
-            args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_command: cannot start dbus-run-session");
-        return 1;
-    }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_command"))
+        return failed;
     QCoreApplication app(argc, argv);
     if (argc == 2 && QByteArray(argv[1]) == "--bare")
         return bare();
