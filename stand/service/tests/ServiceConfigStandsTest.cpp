@@ -7,6 +7,8 @@
 #include "core/service/dbus/DBusMicroscopeService.h"
 #include "stand/service/ServiceLog.h"
 
+#include "StandFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -19,18 +21,8 @@
 
 namespace {
 
-void write(const QString& path, const QByteArray& text)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly)) << path.toStdString();
-    f.write(text);
-}
-
-QByteArray stand(const char* name)
-{
-    return QByteArray("{ \"name\": \"") + name + "\", \"units\": [\"Q7s\", \"HBX-A\", \"Z\"] }\n";
-}
+using standfiles::stand;
+using standfiles::write;
 
 // Set as JOURNAL_STREAM, names the log file as the journal's stream is named.
 const QString kThisLog = QStringLiteral("named by the log file");

@@ -3,6 +3,8 @@
 // what is reported and left out when a folder or a file cannot be used.
 #include "stand/service/StandFolders.h"
 
+#include "StandFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -13,18 +15,8 @@
 
 namespace {
 
-void write(const QString& path, const QByteArray& text)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly)) << path.toStdString();
-    f.write(text);
-}
-
-QByteArray stand(const char* name)
-{
-    return QByteArray("{ \"name\": \"") + name + "\", \"units\": [\"Q7s\", \"HBX-A\", \"Z\"] }\n";
-}
+using standfiles::stand;
+using standfiles::write;
 
 struct Collected {
     QStringList files;
