@@ -2,7 +2,7 @@
 // the run-time error the operator is told about, never anything else.
 #include "FuzzFile.h"
 #include "core/base/RunTimeError.h"
-#include "model/FilterColorFile.h"
+#include "models/optics/FilterColorFile.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 // anything else; six records it gives write out and read back to the same
 // text.
 #include "core/base/RunTimeError.h"
-#include "profiles/model/ProfileFile.h"
+#include "models/profiles/ProfileFile.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Any text as an OnPropertyChanged event, through the real dispatch of a
 // connected main window (offscreen, the simulated stand in process): every
 // event text ends in a drawn value, a clear message or nothing; never a crash.
-#include "main/app/frmMain.h"
+#include "mainwindow/app/frmMain.h"
 #include "state/MainState.h"
 #include "state/MsgBox.h"
 #include "state/ServiceSource.h"

@@ -5,7 +5,10 @@ The order is the list ZENTOR_LAYERS of the top-level CMakeLists.txt, lowest
 first. Every C++ file belongs to the layer of the longest listed folder that
 holds it. A file may include only headers of its own layer or of layers before
 it, and a library or executable defined in a folder's CMakeLists.txt may link
-only targets of its own layer or of layers before it.
+only targets of its own layer or of layers before it. The layers of one
+top-level folder form one unbroken stretch of the list, so that the top-level
+folders read from the ground up are the layer stack; and every listed layer is
+a folder of the tree.
 
 Usage: check-layers.py [SOURCE_ROOT]
 Prints one line per breach, "file:line: what", and exits 1 when there is any.
@@ -182,19 +185,39 @@ def check_links(root, layers):
     return breaches
 
 
+def check_stretches(layers):
+    """Each top-level folder's layers are neighbours in the order."""
+    breaches = []
+    seen = {}   # top-level folder -> index of its last layer so far
+    for i, layer in enumerate(layers):
+        top = layer.split('/')[0]
+        if top in seen and seen[top] != i - 1:
+            between = ', '.join(layers[seen[top] + 1:i])
+            breaches.append(f'CMakeLists.txt:1: the layers of the top-level folder {top}/ are not one stretch '
+                            f'of ZENTOR_LAYERS: {between} come between {layers[seen[top]]} and {layer}')
+        seen[top] = i
+    return breaches
+
+
+def check_folders(root, layers):
+    """Every listed layer is a folder of the tree."""
+    return [f'CMakeLists.txt:1: ZENTOR_LAYERS lists {layer}, which is no folder of the tree'
+            for layer in layers if not os.path.isdir(os.path.join(root, layer))]
+
+
 def main(argv):
     root = os.path.abspath(argv[1] if len(argv) > 1 else
                            os.path.join(os.path.dirname(os.path.abspath(__file__)), '..'))
     layers = read_layers(root)
-    missing = [l for l in layers if not os.path.isdir(os.path.join(root, l))]
-    breaches = check_includes(root, layers) + check_links(root, layers)
+    breaches = (check_stretches(layers) + check_folders(root, layers)
+                 + check_includes(root, layers) + check_links(root, layers))
     for b in breaches:
         print(b)
     if breaches:
         print(f'{len(breaches)} breach(es) of the layer order '
               f'(CMakeLists.txt, ZENTOR_LAYERS: {" < ".join(layers)})')
         return 1
-    print(f'layer order holds: {len(layers) - len(missing)} folders, '
+    print(f'layer order holds: {len(layers)} folders, '
           f'{sum(1 for _ in source_files(root))} source files')
     return 0
 

@@ -9,6 +9,7 @@
 //   (a slot or Q_INVOKABLE, such as ObjChg_Set(int)) only when the form is
 //   loaded and visible.
 #include <QList>
+#include <QPointer>
 #include <QString>
 #include <QWidget>
 #include <functional>
@@ -27,6 +28,13 @@ bool isVisible(const QString& name);
 
 // How a form is made on first use; its library registers this at start.
 void setCreator(const QString& name, std::function<QWidget*()> creator);
+// Registers the creator of a form class: a new Form owned by `owner` (the
+// main window), or by nothing once the owner is gone.
+template <typename Form>
+void registerForm(const char* name, QWidget* owner) {
+    QPointer<QWidget> guard(owner);
+    setCreator(QLatin1String(name), [guard]() -> QWidget* { return new Form(guard.data()); });
+}
 // The loaded form, or a new one from its creator; nullptr without a creator.
 QWidget* instance(const QString& name);
 

@@ -6,17 +6,17 @@
 // keeps device state of its own.
 #include "core/service/MicroscopeService.h"
 #include "core/settings/clsIniEdit.h"
-#include "model/FilterColorFile.h"
-#include "model/clsDefAddControl.h"
-#include "model/clsDefBase.h"
-#include "model/clsDefFillterCasette.h"
-#include "model/clsDefLamp.h"
-#include "model/clsDefLens.h"
-#include "model/clsDefLightPath.h"
-#include "model/clsDefStop.h"
-#include "model/clsDefZoom.h"
-#include "motion/model/clsDefXYControl.h"
-#include "motion/model/clsDefZControl.h"
+#include "models/optics/FilterColorFile.h"
+#include "models/optics/clsDefAddControl.h"
+#include "models/optics/clsDefBase.h"
+#include "models/optics/clsDefFillterCasette.h"
+#include "models/optics/clsDefLamp.h"
+#include "models/optics/clsDefLens.h"
+#include "models/optics/clsDefLightPath.h"
+#include "models/optics/clsDefStop.h"
+#include "models/optics/clsDefZoom.h"
+#include "models/motion/clsDefXYControl.h"
+#include "models/motion/clsDefZControl.h"
 
 #include <QVector>
 #include <array>

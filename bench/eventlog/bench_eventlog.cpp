@@ -7,7 +7,7 @@
 // within 1.5x of the bare reads.
 #include "ServiceProcess.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
-#include "main/tools/EventLogExport.h"
+#include "mainwindow/tools/EventLogExport.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

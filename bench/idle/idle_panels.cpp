@@ -2,9 +2,9 @@
 // main window and its panels on the display and service the script gives it.
 // Once connected it opens each panel as its twin button would, says so on
 // standard error, and then does nothing more of its own.
-#include "main/app/ServiceChoice.h"
-#include "main/app/frmMain.h"
-#include "panels/SubPanels.h"
+#include "mainwindow/app/ServiceChoice.h"
+#include "mainwindow/app/frmMain.h"
+#include "devicepanels/subpanel/SubPanels.h"
 #include "state/MainState.h"
 
 #include <QApplication>

@@ -6,7 +6,7 @@
 #include "state/MainState.h"
 #include "state/MsgBox.h"
 #include "state/ServiceSource.h"
-#include "main/app/frmMain.h"
+#include "mainwindow/app/frmMain.h"
 #include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
 

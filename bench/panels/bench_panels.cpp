@@ -6,13 +6,13 @@
 // Targets: every panel open and filled within 50 ms at p99; with every panel
 // open the dispatch keeps at least half its main-panel-only rate.
 // Runs itself on a private bus that activates the built service.
-#include "main/app/ServiceChoice.h"
-#include "main/app/frmMain.h"
+#include "mainwindow/app/ServiceChoice.h"
+#include "mainwindow/app/frmMain.h"
 #include "state/FormRegistry.h"
 #include "state/MainState.h"
 #include "state/MsgBox.h"
-#include "main/widgets/PanelControls.h"
-#include "main/widgets/usrButton.h"
+#include "widgets/PanelControls.h"
+#include "widgets/usrButton.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -7,14 +7,14 @@
 // Target: the method no slower than the sum of the six single moves, and no
 // event lost.
 #include "ServiceProcess.h"
-#include "main/app/frmMain.h"
+#include "mainwindow/app/frmMain.h"
 #include "state/MainState.h"
 #include "state/MsgBox.h"
 #include "state/ServiceSource.h"
 
 #include "core/service/dbus/DBusMicroscopeService.h"
-#include "main/panel/MainPanel.h"
-#include "main/widgets/PanelControls.h"
+#include "mainwindow/mainpanel/MainPanel.h"
+#include "widgets/PanelControls.h"
 
 #include <QApplication>
 #include <QDir>

@@ -45,6 +45,17 @@ public:
     bool isLimitation() const { return hexTail() == QLatin1String("4BE"); }
     bool isTimeOut() const { return hexTail() == QLatin1String("4B7"); }
 
+    // The fixed text a trap shows for an operation that failed with this
+    // error: "<operation> Limitation" (...4BE), "<operation> TimeOut Error"
+    // (...4B7), "<operation> Error" for anything else.
+    QString failureText(const QString& operation) const {
+        if (isLimitation())
+            return operation + QLatin1String(" Limitation");
+        if (isTimeOut())
+            return operation + QLatin1String(" TimeOut Error");
+        return operation + QLatin1String(" Error");
+    }
+
     const char* what() const noexcept override { return m_what.c_str(); }
 
 private:
@@ -52,3 +63,11 @@ private:
     QString m_description;
     std::string m_what;
 };
+
+// The same for any failure: only a service's code can be a limitation or a
+// time-out.
+inline QString failureText(const QString& operation, const std::exception& e) {
+    if (const auto* rt = dynamic_cast<const RunTimeError*>(&e))
+        return rt->failureText(operation);
+    return operation + QLatin1String(" Error");
+}

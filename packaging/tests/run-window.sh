@@ -10,6 +10,9 @@ bus ListActivatableNames | grep -qw org.zentor.Microscope || fail "the bus canno
 bus NameHasOwner string:org.zentor.Microscope | grep -q true && fail "the service runs before anyone asked for it"
 # No accessibility bus on this private bus: accessibility forced on must
 # fall back quietly.
+# Emptied here, not only by the redirection below: that runs in the
+# background job, so the wait could otherwise read an earlier run's caption.
+: >"$ZENTOR_TEST_HOME/zentor.stderr"
 QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 ZENTOR_PRINT_CAPTION=1 "$@" /SIM 2>"$ZENTOR_TEST_HOME/zentor.stderr" &
 pid=$!
 i=0

@@ -46,16 +46,16 @@ class LayerCheck(unittest.TestCase):
         self.assertEqual(code, 0, out)
 
     def test_an_upward_quoted_include_is_named_with_file_and_line(self):
-        line = self.plant('core/base/VbConvert.cpp', 1, '#include "main/app/frmMain.h"')
+        line = self.plant('core/base/VbConvert.cpp', 1, '#include "mainwindow/app/frmMain.h"')
         code, out = self.run_check()
         self.assertEqual(code, 1, out)
-        self.assertIn(f'core/base/VbConvert.cpp:{line}: includes main/app/frmMain.h', out)
+        self.assertIn(f'core/base/VbConvert.cpp:{line}: includes mainwindow/app/frmMain.h', out)
 
     def test_an_upward_include_in_angle_brackets_is_caught(self):
-        line = self.plant('model/clsDefZoom.cpp', 0, '#include <state/MainState.h>')
+        line = self.plant('models/optics/clsDefZoom.cpp', 0, '#include <state/MainState.h>')
         code, out = self.run_check()
         self.assertEqual(code, 1, out)
-        self.assertIn(f'model/clsDefZoom.cpp:{line}: includes state/MainState.h', out)
+        self.assertIn(f'models/optics/clsDefZoom.cpp:{line}: includes state/MainState.h', out)
 
     def test_an_upward_include_through_a_relative_path_is_caught(self):
         line = self.plant('core/service/dbus/BusLayout.cpp', 0, '#include "../../../stand/SimulatedStand.h"')
@@ -64,26 +64,26 @@ class LayerCheck(unittest.TestCase):
         self.assertIn(f'core/service/dbus/BusLayout.cpp:{line}: includes stand/SimulatedStand.h', out)
 
     def test_an_include_that_cannot_be_placed_is_reported_not_passed(self):
-        line = self.plant('model/clsDefZoom.cpp', 0, '#include "NoSuchHeaderAnywhere.h"')
+        line = self.plant('models/optics/clsDefZoom.cpp', 0, '#include "NoSuchHeaderAnywhere.h"')
         code, out = self.run_check()
         self.assertEqual(code, 1, out)
-        self.assertIn(f'model/clsDefZoom.cpp:{line}: cannot place the include "NoSuchHeaderAnywhere.h', out)
+        self.assertIn(f'models/optics/clsDefZoom.cpp:{line}: cannot place the include "NoSuchHeaderAnywhere.h', out)
 
     def test_a_generated_file_is_placed_in_its_includers_layer(self):
-        self.plant('model/clsDefZoom.cpp', 0, '#include "moc_clsDefZoom.cpp"')
+        self.plant('models/optics/clsDefZoom.cpp', 0, '#include "moc_clsDefZoom.cpp"')
         code, out = self.run_check()
         self.assertEqual(code, 0, out)
 
     def test_an_upward_link_is_named_with_file_and_line(self):
-        path = os.path.join(self.root, 'model', 'CMakeLists.txt')
+        path = os.path.join(self.root, 'models', 'optics', 'CMakeLists.txt')
         with open(path, encoding='utf-8') as f:
             text = f.read()
         line = text.count('\n') + 1
         with open(path, 'a', encoding='utf-8') as f:
-            f.write('target_link_libraries(zentor_model PUBLIC zentor_stand)\n')
+            f.write('target_link_libraries(zentor_optics_model PUBLIC zentor_stand)\n')
         code, out = self.run_check()
         self.assertEqual(code, 1, out)
-        self.assertIn(f'model/CMakeLists.txt:{line}: zentor_model (model) links zentor_stand', out)
+        self.assertIn(f'models/optics/CMakeLists.txt:{line}: zentor_optics_model (models/optics) links zentor_stand', out)
 
     def test_a_source_outside_every_layer_is_reported(self):
         os.makedirs(os.path.join(self.root, 'stray'))
@@ -92,6 +92,39 @@ class LayerCheck(unittest.TestCase):
         code, out = self.run_check()
         self.assertEqual(code, 1, out)
         self.assertIn('stray/Loose.cpp:1: this file is in no folder of the layer order', out)
+
+    def set_layers(self, edit):
+        path = os.path.join(self.root, 'CMakeLists.txt')
+        with open(path, encoding='utf-8') as f:
+            text = f.read()
+        with open(path, 'w', encoding='utf-8') as f:
+            f.write(edit(text))
+
+    def test_a_top_level_folder_split_by_another_is_named(self):
+        # models/profiles moved after stand: the models/ folder is no longer one stretch.
+        def edit(text):
+            line = next(l for l in text.splitlines(True) if l.strip().startswith('models/profiles'))
+            text = text.replace(line, '', 1)
+            return text.replace('  stand/service ', '  ' + line.strip().split()[0] + '\n  stand/service ', 1)
+        self.set_layers(edit)
+        code, out = self.run_check()
+        self.assertEqual(code, 1, out)
+        self.assertIn('the layers of the top-level folder models/ are not one stretch of ZENTOR_LAYERS: '
+                      'stand come between models/motion and models/profiles', out)
+
+    def test_a_layer_that_no_folder_matches_is_reported(self):
+        self.set_layers(lambda text: text.replace('  widgets ', '  widgets\n  widgets/nowhere ', 1))
+        code, out = self.run_check()
+        self.assertEqual(code, 1, out)
+        self.assertIn('ZENTOR_LAYERS lists widgets/nowhere, which is no folder of the tree', out)
+
+    def test_a_new_folder_below_a_stretch_but_outside_the_order_is_reported(self):
+        os.makedirs(os.path.join(self.root, 'devicepanels', 'camera'))
+        with open(os.path.join(self.root, 'devicepanels', 'camera', 'Camera.cpp'), 'w') as f:
+            f.write('int y;\n')
+        code, out = self.run_check()
+        self.assertEqual(code, 1, out)
+        self.assertIn('devicepanels/camera/Camera.cpp:1: this file is in no folder of the layer order', out)
 
 
 if __name__ == '__main__':

@@ -7,7 +7,7 @@
 #include "state/ServiceSource.h"
 #include "state/UiHelpers.h"
 #include "state/mdlReadStatus.h"
-#include "model/FilterColorFile.h"
+#include "models/optics/FilterColorFile.h"
 #include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
 

@@ -1,0 +1,127 @@
+// The command console: Enter and Send pass the raw command to the controller
+// only while the microscope is open, the reply shows as the controller wrote
+// it, an empty command goes as one, a failure leaves the reply as it was, and
+// Up and Down walk the commands sent this session.
+#include "mainwindow/tools/tests/ToolRig.h"
+#include "mainwindow/tools/frmCommand.h"
+#include "widgets/usrButton.h"
+
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <gtest/gtest.h>
+
+namespace {
+frmCommand* console(ToolRig& rig) { return rig.show<frmCommand>("frmCommand"); }
+
+void send(frmCommand* c, const QString& text) {
+    c->txtSend->setFocus();
+    c->txtSend->setText(text);
+    QTest::keyClick(c->txtSend, Qt::Key_Return);
+}
+} // namespace
+
+TEST(Console, EnterSendsTheCommandAndTheReplyShowsInItsFormat) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(c->windowTitle(), "Command");
+    send(c, QStringLiteral("rVER1"));
+    EXPECT_TRUE(c->txtReply->toPlainText().startsWith(QStringLiteral("rVER,")));
+    send(c, QStringLiteral("rOPR1"));
+    EXPECT_TRUE(QRegularExpression(QStringLiteral("^rOPR[+-]\\d{7}$")).match(c->txtReply->toPlainText()).hasMatch())
+        << c->txtReply->toPlainText().toStdString();
+    c->txtSend->setText(QStringLiteral("rXPR2"));
+    PanelRig::click(c->btnSend);
+    EXPECT_TRUE(QRegularExpression(QStringLiteral("^X[+-]\\d{6}[+-]\\d{6}$")).match(c->txtReply->toPlainText()).hasMatch());
+    EXPECT_TRUE(rig.boxes.texts().isEmpty());
+}
+
+TEST(Console, WithTheMicroscopeClosedEnterAndSendDoNothing) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    c->txtReply->setPlainText(QStringLiteral("earlier"));
+    mainState().MicConnected = false;
+    send(c, QStringLiteral("rSPR"));
+    PanelRig::click(c->btnSend);
+    EXPECT_EQ(c->txtReply->toPlainText(), "earlier");
+    EXPECT_TRUE(rig.boxes.texts().isEmpty());
+}
+
+TEST(Console, AnyOtherKeyOnlyEdits) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    c->txtSend->setFocus();
+    QTest::keyClicks(c->txtSend, QStringLiteral("rSPRx"));
+    QTest::keyClick(c->txtSend, Qt::Key_Backspace);
+    QTest::keyClick(c->txtSend, Qt::Key_Tab);
+    EXPECT_EQ(c->txtSend->text(), "rSPR");
+    EXPECT_TRUE(c->txtReply->toPlainText().isEmpty());
+}
+
+TEST(Console, AnEmptyCommandIsSentAsAnEmptyCommand) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    send(c, QString());
+    EXPECT_EQ(c->txtReply->toPlainText(), "ERR,empty command");
+}
+
+TEST(Console, AFailedCommandGivesTheMessageAndKeepsTheReply) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    send(c, QStringLiteral("rSPR"));
+    const QString before = c->txtReply->toPlainText();
+    rig.faults().killUnit(UnitIndex::ZController);   // the focus drive no longer answers
+    send(c, QStringLiteral("rSPR"));
+    EXPECT_EQ(rig.boxes.texts(), QStringList{"Device_SendCommand Error"});
+    EXPECT_EQ(c->txtReply->toPlainText(), before);
+}
+
+TEST(Console, HugeAndNonAsciiCommandsAreAnsweredWithoutHarm) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    send(c, QString(30000, QLatin1Char('r')));
+    EXPECT_TRUE(c->txtReply->toPlainText().startsWith(QStringLiteral("ERR,unknown command")));
+    send(c, QString::fromUtf8("r\xC2\xB5VER \xE2\x86\x92"));
+    EXPECT_TRUE(c->txtReply->toPlainText().startsWith(QStringLiteral("ERR,unknown command")));
+    EXPECT_TRUE(rig.boxes.texts().isEmpty());
+}
+
+TEST(Console, UpAndDownWalkTheCommandsSentThisSession) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    send(c, QStringLiteral("rVER1"));
+    send(c, QStringLiteral("rNOB"));
+    c->txtSend->setText(QStringLiteral("half"));
+    QTest::keyClick(c->txtSend, Qt::Key_Up);
+    EXPECT_EQ(c->txtSend->text(), "rNOB");
+    QTest::keyClick(c->txtSend, Qt::Key_Up);
+    EXPECT_EQ(c->txtSend->text(), "rVER1");
+    QTest::keyClick(c->txtSend, Qt::Key_Down);
+    QTest::keyClick(c->txtSend, Qt::Key_Down);
+    EXPECT_EQ(c->txtSend->text(), "half");   // back at the line being typed
+    // The history outlives the window, for the rest of the session.
+    PanelRig::click(c->btnClose);
+    pumpEvents(50);
+    auto* again = console(rig);
+    ASSERT_NE(again, nullptr);
+    again->txtSend->setFocus();
+    QTest::keyClick(again->txtSend, Qt::Key_Up);
+    EXPECT_EQ(again->txtSend->text(), "rNOB");
+}
+
+TEST(Console, UsesAFixedPitchFontAndEveryControlHasAName) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    EXPECT_TRUE(QFontInfo(c->txtSend->font()).fixedPitch());
+    EXPECT_TRUE(QFontInfo(c->txtReply->font()).fixedPitch());
+    for (QWidget* w : {static_cast<QWidget*>(c->txtSend), static_cast<QWidget*>(c->txtReply),
+                       static_cast<QWidget*>(c->btnSend), static_cast<QWidget*>(c->btnClose)})
+        EXPECT_FALSE(w->accessibleName().isEmpty());
+}
