@@ -62,7 +62,8 @@ systemctl --user start zentor-service.service || fail "a second start of the uni
 # A second service beside it: refused with a message, at the error level; the unit goes on.
 "$prefix/bin/zentor-service" --speed 0 >"$logs/second.out" 2>"$logs/second.err"
 [ $? -eq 2 ] || fail "a second zentor-service did not refuse to start: $(cat "$logs/second.err")"
-grep -q 'error: .*org.zentor.Microscope' "$logs/second.err" || fail "the second service does not say why: $(cat "$logs/second.err")"
+grep -q "error: .*org.zentor.Microscope: process $pid owns it" "$logs/second.err" \
+  || fail "the second service does not say why: $(cat "$logs/second.err")"
 systemctl --user is-active --quiet zentor-service.service && [ "$(main_pid)" = "$pid" ] \
   || fail "a second service disturbed the unit"
 

@@ -469,6 +469,8 @@ TEST(ServiceStart, ASecondServiceOnTheSameBusRefusesToStart)
     const ServiceRun r = runService({QStringLiteral("--speed"), QStringLiteral("0")});
     EXPECT_NE(r.exitCode, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("org.zentor.Microscope"))) << r.err.toStdString();
+    // It says whose the name is, so that the other service can be found.
+    EXPECT_TRUE(r.err.contains(QStringLiteral("process %1 owns it").arg(first.pid()))) << r.err.toStdString();
 }
 
 TEST(ServiceStart, ItLogsWhatItServes)
