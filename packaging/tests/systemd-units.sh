@@ -45,6 +45,8 @@ if [ -d /run/systemd/system ]; then
 fi
 [ -x /lib/systemd/systemd ] && [ -x /lib/systemd/systemd-journald ] \
   || { echo "SKIP (no systemd installed): the part under a systemd user manager"; echo "PASS"; exit 0; }
+[ -f /usr/lib/systemd/user/dbus.socket ] \
+  || fail "no session bus for a systemd user manager (dbus-user-session, which scripts/deps.sh installs)"
 
 # The operator: a user id the machine does not know, for the namespace alone.
 uid=4242
