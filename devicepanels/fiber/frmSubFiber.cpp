@@ -15,6 +15,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPainter>
+#include <limits>
 
 namespace {
 
@@ -22,6 +23,29 @@ const QString kStatusError = QStringLiteral("Fiber_Status Read Error");
 const QString kTimerRange = QString::fromUtf8("ShutterTimer setting is 0.0s\xEF\xBD\x9E" "100.0s");
 
 FiberService* fiber() { return fiberState().cFiber; }
+
+// The keys that reach the reversal time: digits, "." and Backspace, alone.
+bool typesIntoTime(const QKeyEvent& k) {
+    if (k.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))
+        return false;
+    if (k.key() == Qt::Key_Backspace)
+        return true;
+    const QString t = k.text();
+    return t.size() == 1 && ((t[0] >= QLatin1Char('0') && t[0] <= QLatin1Char('9')) || t[0] == QLatin1Char('.'));
+}
+
+// The number in the reversal time (a text that is no number reads 0). The
+// field holds only digits and points, so a whole part of more digits than a
+// Double keeps is far above the 100 s limit, however long the text.
+double reversalSeconds(const QString& text) {
+    const QString whole = text.section(QLatin1Char('.'), 0, 0);
+    qsizetype leadingZeros = 0;
+    while (leadingZeros < whole.size() && whole.at(leadingZeros) == QLatin1Char('0'))
+        ++leadingZeros;
+    if (whole.size() - leadingZeros > 15)
+        return std::numeric_limits<double>::infinity();
+    return Common_Val(text);
+}
 
 // The lamp on a shutter button: lit amber while the shutter stands that way.
 QPixmap lamp(bool lit) {
@@ -101,7 +125,11 @@ frmSubFiber::frmSubFiber(QWidget* owner)
     connect(usrNDCtrl, &usrAddress::AddressPicked, this, [this](int16_t a) { usrNDCtrl_AddressPicked(a); });
     for (usrButton* b : btnShutter)
         connect(b, &usrButton::Released, this, [this](int16_t Index) { btnShutter_Click(Index); });
-    connect(txtTime, &QLineEdit::editingFinished, this, [this] { txtTime_LostFocus(); });
+    // Only what is typed gets in: no menu, no dragged or middle-button text,
+    // no input method (eventFilter keeps paste keys and all other keys out).
+    txtTime->setContextMenuPolicy(Qt::NoContextMenu);
+    txtTime->setAcceptDrops(false);
+    txtTime->setAttribute(Qt::WA_InputMethodEnabled, false);
     // cEvent: the panel's own listener on the fiber server while it is loaded.
     if (FiberService* f = fiber())
         connect(f, &FiberService::OnPropertyChanged, this,
@@ -161,7 +189,8 @@ void frmSubFiber::usrNDCtrl_AddressPicked(int16_t Address) {
     FiberService* f = fiber();
     if (!f)
         return;
-    whileBusy(usrNDCtrl, [&] { trap(QStringLiteral("Fiber_NDPosition Error"), [&] { f->setNDPosition(Address); }); });
+    // As on the turrets: pointer back and the list usable again before the box.
+    trap(QStringLiteral("Fiber_NDPosition Error"), [&] { whileBusy(usrNDCtrl, [&] { f->setNDPosition(Address); }); });
 }
 
 void frmSubFiber::btnShutter_Click(int16_t Index) {
@@ -180,7 +209,7 @@ void frmSubFiber::btnShutter_Click(int16_t Index) {
 }
 
 void frmSubFiber::txtTime_LostFocus() {
-    const double v = Common_Val(txtTime->text());
+    const double v = reversalSeconds(txtTime->text());
     if (v < 0) {
         MsgBox::show(kTimerRange, MsgBox::OKOnly, MsgBox::Exclamation, QStringLiteral("Error"));
         txtTime->setText(vb::numberText(m_delay));
@@ -193,22 +222,40 @@ void frmSubFiber::txtTime_LostFocus() {
     }
 }
 
-// txtTime takes digits, "." and Backspace; any other character is swallowed.
-// Keys that type nothing (arrows, Tab, Delete) move and edit as usual.
+// txtTime takes digits, "." and Backspace; every other key is swallowed
+// (Return, Delete, arrows, paste and the other shortcuts included). Tab and
+// Shift+Tab still leave the field, so the keyboard is not caught in it. The
+// check runs when the field loses the focus to another control of the panel.
 bool frmSubFiber::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == txtTime && event->type() == QEvent::KeyPress) {
+    if (watched != txtTime)
+        return SubPanel::eventFilter(watched, event);
+    switch (event->type()) {
+    case QEvent::ShortcutOverride:
+    case QEvent::KeyPress: {
         auto* k = static_cast<QKeyEvent*>(event);
-        const QString t = k->text();
-        if (k->key() == Qt::Key_Backspace || k->key() == Qt::Key_Tab || k->key() == Qt::Key_Backtab ||
-            k->key() == Qt::Key_Delete || t.isEmpty())
+        if (k->key() == Qt::Key_Tab || k->key() == Qt::Key_Backtab)
             return false;
-        if (k->modifiers() & (Qt::ControlModifier | Qt::AltModifier))
-            return false;   // shortcuts (copy, paste) stay the editor's
-        const QChar c = t.at(0);
-        const bool pass = t.size() == 1 && ((c >= QLatin1Char('0') && c <= QLatin1Char('9')) || c == QLatin1Char('.'));
-        return !pass;
+        if (event->type() == QEvent::ShortcutOverride) {
+            event->accept();   // no window shortcut takes a key meant for the field
+            return true;
+        }
+        return !typesIntoTime(*k);
     }
-    return SubPanel::eventFilter(watched, event);
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+        // The middle button would paste the selection.
+        return static_cast<QMouseEvent*>(event)->button() == Qt::MiddleButton;
+    case QEvent::FocusOut: {
+        const Qt::FocusReason why = static_cast<QFocusEvent*>(event)->reason();
+        // Another window or a menu taking the keyboard is no lost focus.
+        if (why != Qt::ActiveWindowFocusReason && why != Qt::PopupFocusReason)
+            txtTime_LostFocus();
+        return false;
+    }
+    default:
+        return false;
+    }
 }
 
 void registerFiberPanel(QWidget* owner) {

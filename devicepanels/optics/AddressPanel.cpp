@@ -57,6 +57,12 @@ void AddressPanel::showFixedLabels()
 {
     const QStringList& labels = m_row.fixedLabels;
     setFixedCaptions();
+    // With no microscope the list is the fixed one, whole: its rows and its
+    // texts, not the names and the count of the turret last connected.
+    txtAdd->setFirst(1);
+    txtAdd->setLast(int16_t(labels.size()));
+    for (int n = 1; n <= labels.size(); ++n)
+        txtAdd->SetLabel(labels.at(n - 1), int16_t(n));
     const int16_t a = txtAdd->Address();
     if (a < 1 || a > labels.size())
         throw RunTimeError(RunTimeError::SubscriptOutOfRange, QStringLiteral("Subscript out of range"));

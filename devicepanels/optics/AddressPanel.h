@@ -36,8 +36,9 @@ public:
     const QStringList& fixedLabels() const { return m_row.fixedLabels; }
 
 protected:
-    // Caption1.. := the fixed labels, txtSel := the label of the selected
-    // position. A selection outside the fixed labels is a bounds error.
+    // Caption1.. := the fixed labels, and the list shows them alone, First 1
+    // to Last 7; txtSel := the label of the selected position. A selection
+    // outside the fixed labels is a bounds error.
     void showFixedLabels();
     bool inList(int position) const;
     // Picks send the position while the panel is connected and the list is

@@ -11,29 +11,84 @@
 
 namespace {
 
-const StopRow kApertureStop{
-    "frmSubAp", "Aperture Stop", " mm", DeviceIndex::ApertureStop, true, true, LimitIndex::ApertureStop,
-    &MainState::mAS, &MicroscopeService::ApertureStopApertureStop,
-    &MicroscopeService::setApertureStopApertureStop, nullptr, nullptr, true, "ApertureStop_Status Read Error",
-    "ApertureStop_ApertureStop Error", "ApertureStop_ApertureStop Error", "CustomObservation_Set Error"};
+const StopRow kApertureStop = [] {
+    StopRow r;
+    r.formName = "frmSubAp";
+    r.caption = "Aperture Stop";
+    r.unit = " mm";
+    r.statusDevice = DeviceIndex::ApertureStop;
+    r.statusMustBeOne = true;
+    r.endsWhenDisabled = true;
+    r.rangeIndex = LimitIndex::ApertureStop;
+    r.stop = &MainState::mAS;
+    r.read = &MicroscopeService::ApertureStopApertureStop;
+    r.write = &MicroscopeService::setApertureStopApertureStop;
+    r.memories = true;
+    r.statusReadError = "ApertureStop_Status Read Error";
+    r.valueError = "ApertureStop_ApertureStop Error";
+    r.resetError = "ApertureStop_ApertureStop Error";
+    r.customSetError = "CustomObservation_Set Error";
+    return r;
+}();
 
-const StopRow kFieldStop{
-    "frmSubFS", "DIA Field Stop", " mm", DeviceIndex::FieldStop, false, true, LimitIndex::FieldStop,
-    &MainState::mFS, &MicroscopeService::FieldStopFieldStop, &MicroscopeService::setFieldStopFieldStop,
-    nullptr, nullptr, true, "FieldStop_Status Read Error", "FieldStop_FieldStop Error",
-    "FieldStop_FieldStop Error", "ObservationMethod_FieldStop CustomValue Error"};
+const StopRow kFieldStop = [] {
+    StopRow r;
+    r.formName = "frmSubFS";
+    r.caption = "DIA Field Stop";
+    r.unit = " mm";
+    r.statusDevice = DeviceIndex::FieldStop;
+    r.statusMustBeOne = false;
+    r.endsWhenDisabled = true;
+    r.rangeIndex = LimitIndex::FieldStop;
+    r.stop = &MainState::mFS;
+    r.read = &MicroscopeService::FieldStopFieldStop;
+    r.write = &MicroscopeService::setFieldStopFieldStop;
+    r.memories = true;
+    r.statusReadError = "FieldStop_Status Read Error";
+    r.valueError = "FieldStop_FieldStop Error";
+    r.resetError = "FieldStop_FieldStop Error";
+    r.customSetError = "ObservationMethod_FieldStop CustomValue Error";
+    return r;
+}();
 
-const StopRow kEpiFieldStop{
-    "frmSubEpiFS", "EPI Field Stop", " mm", DeviceIndex::EpiFieldStop, true, true, LimitIndex::EpiFieldStop,
-    &MainState::mEpiFS, &MicroscopeService::EpiFieldStopFieldStop,
-    &MicroscopeService::setEpiFieldStopFieldStop, nullptr, nullptr, false, "EpiFieldStop_Status Get",
-    "EpiFieldStop_FieldStop Error", nullptr, nullptr};
+const StopRow kEpiFieldStop = [] {
+    StopRow r;
+    r.formName = "frmSubEpiFS";
+    r.caption = "EPI Field Stop";
+    r.unit = " mm";
+    r.statusDevice = DeviceIndex::EpiFieldStop;
+    r.statusMustBeOne = true;
+    r.endsWhenDisabled = true;
+    r.rangeIndex = LimitIndex::EpiFieldStop;
+    r.stop = &MainState::mEpiFS;
+    r.read = &MicroscopeService::EpiFieldStopFieldStop;
+    r.write = &MicroscopeService::setEpiFieldStopFieldStop;
+    r.memories = false;
+    r.statusReadError = "EpiFieldStop_Status Get";
+    r.valueError = "EpiFieldStop_FieldStop Error";
+    return r;
+}();
 
-const StopRow kNDFilter{
-    "frmSubND", "ND Filter", " %", DeviceIndex::NDFilter, false, false, 0, &MainState::mND, nullptr,
-    &MicroscopeService::setNDFilterTransmission, &MicroscopeService::NDFilterStepDown,
-    &MicroscopeService::NDFilterStepUp, true, "NDFilter_Status Read Error", "NDFilter_Transmission Error",
-    "NDFilter_CustomValue Read Error", "NDFilter_CustomValue Set Error"};
+const StopRow kNDFilter = [] {
+    StopRow r;
+    r.formName = "frmSubND";
+    r.caption = "ND Filter";
+    r.unit = " %";
+    r.statusDevice = DeviceIndex::NDFilter;
+    r.statusMustBeOne = false;
+    r.endsWhenDisabled = false;
+    r.rangeIndex = 0;   // limits from mND
+    r.stop = &MainState::mND;
+    r.write = &MicroscopeService::setNDFilterTransmission;
+    r.stepDown = &MicroscopeService::NDFilterStepDown;
+    r.stepUp = &MicroscopeService::NDFilterStepUp;
+    r.memories = true;
+    r.statusReadError = "NDFilter_Status Read Error";
+    r.valueError = "NDFilter_Transmission Error";
+    r.resetError = "NDFilter_CustomValue Read Error";
+    r.customSetError = "NDFilter_CustomValue Set Error";
+    return r;
+}();
 
 bool userMethod(int16_t observation) { return observation >= 7 && observation <= 12; }
 
@@ -73,12 +128,15 @@ StopPanel::StopPanel(const StopRow& row, QWidget* owner)
         connectSliderGestures(
             usrScroll, this, [this] { return stop().AMOUNT(); }, [this](double v) { send(v); });
     if (row.memories) {
+        // Memory and Reset are for the user methods: hidden until Get_Status
+        // finds one in force on a usable device, so a greyed stop never offers them.
+        BtnMemory->setVisible(false);
+        btnReset->setVisible(false);
         connect(btnReset, &usrButton::Released, this, [this] { btnReset_Released(); });
         connect(BtnMemory, &usrButton::Released, this, [this] { BtnMemory_Released(); });
-    } else {
-        // There is no remembered value to go back to: the button is there and does nothing.
-        btnReset->setEnabled(false);
     }
+    // Without memories (the EPI field stop) Reset is there, usable, and has no
+    // handler: there is no remembered value to go back to.
 }
 
 void StopPanel::Get_Status()

@@ -13,28 +13,28 @@ class usrButton;
 class usrXscroll;
 
 struct StopRow {
-    const char* formName;
-    const char* caption;      // window caption and INI section
-    const char* unit;         // text after the value
-    int16_t statusDevice;     // device index of the status word and the custom store
-    bool statusMustBeOne;     // enabled only at 1, or at anything but 0
-    bool endsWhenDisabled;    // Get_Status stops at a disabled slider
+    const char* formName = nullptr;
+    const char* caption = nullptr;       // window caption and INI section
+    const char* unit = nullptr;          // text after the value
+    int16_t statusDevice = 0;            // device index of the status word and the custom store
+    bool statusMustBeOne = true;         // enabled only at 1, or at anything but 0
+    bool endsWhenDisabled = true;        // Get_Status stops at a disabled slider
     // Range and value: from the service (limit index, read), or, with
     // rangeIndex 0, the parameter object's MIN, MAX and last reported value,
     // with every value sent held to MIN..MAX.
-    int16_t rangeIndex;
-    clsDefStop MainState::*stop;
-    double (MicroscopeService::*read)();
-    void (MicroscopeService::*write)(double);
+    int16_t rangeIndex = 0;
+    clsDefStop MainState::*stop = nullptr;
+    double (MicroscopeService::*read)() = nullptr;
+    void (MicroscopeService::*write)(double) = nullptr;
     // The service's own step operations; null: the end buttons send Value
     // minus or plus the object's AMOUNT.
-    void (MicroscopeService::*stepDown)();
-    void (MicroscopeService::*stepUp)();
-    bool memories;            // BtnMemory and btnReset act, per method and objective
-    const char* statusReadError;
-    const char* valueError;
-    const char* resetError;
-    const char* customSetError;
+    void (MicroscopeService::*stepDown)() = nullptr;
+    void (MicroscopeService::*stepUp)() = nullptr;
+    bool memories = false;               // BtnMemory and btnReset act, per method and objective
+    const char* statusReadError = nullptr;
+    const char* valueError = nullptr;
+    const char* resetError = nullptr;
+    const char* customSetError = nullptr;
 };
 
 class StopPanel : public SubPanel {

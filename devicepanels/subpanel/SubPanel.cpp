@@ -21,7 +21,7 @@ using zentor::pixelsToTwips;
 using zentor::twipsToPixels;
 
 SubPanel::SubPanel(const QString& formName, const QString& caption, QWidget* owner)
-    : QWidget(owner, Qt::Tool), m_formName(formName), m_caption(caption)
+    : QWidget(owner, Qt::Tool | Qt::WindowStaysOnTopHint), m_formName(formName), m_caption(caption)
 {
     setObjectName(formName);
     setWindowTitle(caption);
@@ -42,6 +42,13 @@ SubPanel::~SubPanel()
     FormRegistry::remove(m_formName);
     // Both twins come up, however the panel was closed.
     SubPanels::unlatchTwins(m_formName);
+}
+
+void SubPanel::fillOnOpening()
+{
+    Get_Status();
+    // Counted from the end of the read: a box it raised has been answered.
+    m_openedAt.start();
 }
 
 void SubPanel::setCaption(const QString& caption)
@@ -164,9 +171,14 @@ bool SubPanel::event(QEvent* e)
     if (e->type() == QEvent::WindowDeactivate)
         m_inDialog = QApplication::activeModalWidget() != nullptr;
     if (e->type() == QEvent::WindowActivate && !m_unloading) {
+        // The window system activates a shown window within moments, if at
+        // all; an activation later than that is the operator's.
+        constexpr qint64 kOpeningActivationMs = 1000;
+        const bool followsOpening = m_openedAt.isValid() && m_openedAt.elapsed() < kOpeningActivationMs;
+        m_openedAt.invalidate();
         if (m_inDialog)
             m_inDialog = false;
-        else
+        else if (!followsOpening)
             Get_Status();
     }
     return QWidget::event(e);

@@ -13,6 +13,7 @@
 // panel's fixed message text with the state left as it was.
 #include "state/MainState.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
@@ -27,7 +28,7 @@ public:
     // `formName` is the name the form registry knows (frmSubAp); `caption`
     // is the window's caption and the INI section of its place ("Aperture
     // Stop"). `owner` is the main window: panels are tool windows it owns, so
-    // they float above it and go with it.
+    // they go with it; they are top-most, above other programs' windows too.
     SubPanel(const QString& formName, const QString& caption, QWidget* owner);
     // Unload: writes Top and Left, unlatches both twin buttons.
     ~SubPanel() override;
@@ -43,6 +44,10 @@ public:
 
     // Reads everything from the service and fills the widgets.
     Q_INVOKABLE virtual void Get_Status() = 0;
+    // The panel has just been shown: it is read now, whether or not the
+    // window system activates it; the activation that follows the opening
+    // (if any) does not read it a second time.
+    void fillOnOpening();
 
     // Where the panel opens when its section has no place yet, in twips of
     // the screen; unset, beside the main window.
@@ -103,5 +108,6 @@ private:
     bool m_unloading = false;
     bool m_inDialog = false;
     bool m_keepsPlace = true;
+    QElapsedTimer m_openedAt;   // valid from fillOnOpening to the next activation
     QPointer<QWidget> m_escape;
 };

@@ -130,7 +130,8 @@ QWidget* open(const QString& formName, int16_t index)
     panel->ensurePolished();
     panel->adjustSize();
 
-    QPoint place = panel->isVisible() ? panel->pos() : designPlace(panel);
+    const bool wasOpen = panel->isVisible();
+    QPoint place = wasOpen ? panel->pos() : designPlace(panel);
     int v = 0;
     if (storedTwips(panel->Caption(), QStringLiteral("Top"), v))
         place.setY(twipsToPixels(v));
@@ -139,6 +140,9 @@ QWidget* open(const QString& formName, int16_t index)
     panel->move(onScreen(panel, place));
 
     panel->setVisible(true);
+    // Shown means read, also where the window system refuses to activate it.
+    if (!wasOpen)
+        panel->fillOnOpening();
     Panels_OnTop(panel);
     // The panel takes the keyboard focus (its first control); it gives it
     // back to the pressed twin when it is unloaded (SubPanel::unload).

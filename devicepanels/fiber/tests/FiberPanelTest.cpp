@@ -9,6 +9,8 @@
 #include "widgets/usrAddress.h"
 #include "stand/SimulatedFiber.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QLineEdit>
 #include <gtest/gtest.h>
 
@@ -44,6 +46,13 @@ void typeInto(QLineEdit* edit, const QString& text) {
     edit->selectAll();
     QTest::keyClick(edit, Qt::Key_Backspace);
     QTest::keyClicks(edit, text);
+}
+
+// The reversal time was refused: one box, and the field and the delay read `kept`.
+void expectOneRefusal(FiberRig& rig, frmSubFiber* p, const QString& kept) {
+    ASSERT_EQ(rig.boxes.shown().size(), 1) << rig.boxes.texts().join('|').toStdString();
+    EXPECT_EQ(p->txtTime->text(), kept);
+    EXPECT_DOUBLE_EQ(p->Delay(), kept.toDouble());
 }
 
 bool controlsUsable(frmSubFiber* p) {
@@ -161,23 +170,104 @@ TEST(FiberPanel, ANegativeTimeGivesTheMessageAndPutsBackTheLastGoodValue) {
     ASSERT_NE(p, nullptr);
     typeInto(p->txtTime, QStringLiteral("7.5"));
     p->chkLink->setFocus();
-    // A minus sign cannot be typed; it can be pasted.
+    // No key puts a minus sign there; a text set from elsewhere still meets the rule.
     p->txtTime->setFocus();
     p->txtTime->setText(QStringLiteral("-3"));
     p->chkLink->setFocus();
-    ASSERT_EQ(rig.boxes.shown().size(), 1);
-    EXPECT_EQ(p->txtTime->text(), "7.5");
-    EXPECT_DOUBLE_EQ(p->Delay(), 7.5);
+    expectOneRefusal(rig, p, QStringLiteral("7.5"));
 }
 
 TEST(FiberPanel, TheTimeTakesOnlyDigitsPointAndBackspace) {
     FiberRig rig;
     auto* p = rig.openFiber();
     ASSERT_NE(p, nullptr);
-    typeInto(p->txtTime, QStringLiteral("1a2-.5e"));
+    typeInto(p->txtTime, QStringLiteral("1a2-.5e "));
     EXPECT_EQ(p->txtTime->text(), "12.5");
     QTest::keyClick(p->txtTime, Qt::Key_Backspace);
     EXPECT_EQ(p->txtTime->text(), "12.");
+    // Every other key is swallowed: editing keys, Return, and the paste keys.
+    QTest::keyClick(p->txtTime, Qt::Key_Left);
+    QTest::keyClick(p->txtTime, Qt::Key_Home);
+    QTest::keyClick(p->txtTime, Qt::Key_Delete);
+    QTest::keyClick(p->txtTime, Qt::Key_X, Qt::ControlModifier);
+    QTest::keyClick(p->txtTime, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(p->txtTime, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(p->txtTime->text(), "12.");
+    QTest::keyClick(p->txtTime, Qt::Key_7);
+    EXPECT_EQ(p->txtTime->text(), "12.7") << "the cursor stayed at the end";
+}
+
+TEST(FiberPanel, APastedMinusThreeOrLettersNeverReachTheTime) {
+    FiberRig rig;
+    auto* p = rig.openFiber();
+    ASSERT_NE(p, nullptr);
+    typeInto(p->txtTime, QStringLiteral("5"));
+    for (const QString& pasted : {QStringLiteral("-3"), QStringLiteral("abc")}) {
+        QGuiApplication::clipboard()->setText(pasted);
+        QGuiApplication::clipboard()->setText(pasted, QClipboard::Selection);
+        QTest::keyClick(p->txtTime, Qt::Key_V, Qt::ControlModifier);
+        QTest::keyClick(p->txtTime, Qt::Key_Insert, Qt::ShiftModifier);
+        QTest::mouseClick(p->txtTime, Qt::MiddleButton, {}, p->txtTime->rect().center());
+        EXPECT_EQ(p->txtTime->text(), "5") << pasted.toStdString();
+    }
+    EXPECT_EQ(p->txtTime->contextMenuPolicy(), Qt::NoContextMenu);
+    EXPECT_FALSE(p->txtTime->acceptDrops());
+    p->chkLink->setFocus();
+    EXPECT_TRUE(rig.boxes.texts().isEmpty());
+    EXPECT_DOUBLE_EQ(p->Delay(), 5.0);
+}
+
+TEST(FiberPanel, ReturnDoesNotCheckTheTimeOnlyLeavingTheFieldDoes) {
+    FiberRig rig;
+    auto* p = rig.openFiber();
+    ASSERT_NE(p, nullptr);
+    typeInto(p->txtTime, QStringLiteral("250"));
+    QTest::keyClick(p->txtTime, Qt::Key_Return);
+    QTest::keyClick(p->txtTime, Qt::Key_Enter);
+    EXPECT_TRUE(rig.boxes.texts().isEmpty());
+    EXPECT_EQ(p->txtTime->text(), "250");
+    EXPECT_TRUE(p->txtTime->hasFocus());
+    // Tab leaves the field, and that is the lost focus that checks it.
+    QTest::keyClick(p->txtTime, Qt::Key_Tab);
+    EXPECT_FALSE(p->txtTime->hasFocus());
+    expectOneRefusal(rig, p, QStringLiteral("100"));
+}
+
+TEST(FiberPanel, TenThousandDigitsAreAboveTheLimit) {
+    FiberRig rig;
+    auto* p = rig.openFiber();
+    ASSERT_NE(p, nullptr);
+    typeInto(p->txtTime, QStringLiteral("3"));
+    QTest::keyClicks(p->txtTime, QString(9999, QLatin1Char('9')));
+    EXPECT_EQ(p->txtTime->text().size(), 10000);
+    p->chkLink->setFocus();
+    expectOneRefusal(rig, p, QStringLiteral("100"));
+    // Zeros in front count for nothing: 0000...05 (more digits than a Double holds) is 5 s.
+    typeInto(p->txtTime, QString(400, QLatin1Char('0')) + QLatin1Char('5'));
+    p->chkLink->setFocus();
+    EXPECT_EQ(rig.boxes.shown().size(), 1);
+    EXPECT_DOUBLE_EQ(p->Delay(), 5.0);
+}
+
+TEST(FiberPanel, AFailedNdMoveShowsItsBoxWithThePointerBackAndTheListUsable) {
+    FiberRig rig;
+    auto* p = rig.openFiber();
+    ASSERT_NE(p, nullptr);
+    bool listUsable = false;
+    bool hourglass = true;
+    MsgBox::Recorder seen([&](const MsgBox::Shown&) {
+        listUsable = p->usrNDCtrl->isEnabled();
+        hourglass = QGuiApplication::overrideCursor() != nullptr;
+        return MsgBox::OK;
+    });
+    rig.fiber.setPresent(false);   // unplugged: the move fails
+    QTest::mouseClick(p->usrNDCtrl, Qt::LeftButton, {}, p->usrNDCtrl->rowRect(3).center());
+    pumpEvents();
+    ASSERT_EQ(seen.texts(), QStringList{"Fiber_NDPosition Error"});
+    EXPECT_TRUE(listUsable) << "the list is usable again before the box";
+    EXPECT_FALSE(hourglass) << "the pointer is back before the box";
+    EXPECT_TRUE(p->usrNDCtrl->isEnabled());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
 TEST(FiberPanel, AnyStateNameAtZeroGreysTheControlsAndTheNextOneAtOneEnablesThem) {

@@ -30,6 +30,22 @@ TEST(CondenserPanel, OpensWithTheTablesNamesAndThePositionInPlace) {
     EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
 }
 
+TEST(CondenserPanel, AfterADisconnectTheListIsTheFixedSevenAndAgreesWithTheReading) {
+    TurretRig rig;
+    rig.mic.setCondenserCassettePosition(5);
+    auto* p = rig.open<frmSubCond>(kCond);
+    ASSERT_NE(p, nullptr);
+    ASSERT_EQ(p->txtSel->Caption(), QStringLiteral("5 : Ph2"));
+    mainState().MicConnected = false;
+    rig.mic.Disconnect();
+    TurretRig::reactivate(rig, p);
+    EXPECT_EQ(TurretRig::rows(p->txtAdd), p->fixedLabels());
+    EXPECT_EQ(p->txtAdd->RowCount(), 7);
+    EXPECT_EQ(p->txtSel->Caption(), p->fixedLabels().at(4));
+    EXPECT_EQ(p->txtAdd->Label(5), p->txtSel->Caption());
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+}
+
 TEST(CondenserPanel, AManualTurretIsOnlyShownAndAPickSendsNothing) {
     TurretRig rig({manualCondenser()});
     auto* p = rig.open<frmSubCond>(kCond);

@@ -5,6 +5,7 @@
 #include "widgets/PanelControls.h"
 #include "widgets/usrAddress.h"
 
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace {
@@ -34,6 +35,49 @@ TEST(FilterCubePanel, OpensWithTheCubesNamesAndTheOneInPlace) {
     EXPECT_EQ(p->txtAdd->Address(), 3);
     EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3 : BLUE-EX470"));
     EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+}
+
+TEST(FilterCubePanel, AfterADisconnectTheListIsTheFixedSevenAndAgreesWithTheReading) {
+    TurretRig rig;
+    rig.mic.setFilterBlockCassettePosition(3);
+    auto* p = rig.open<frmSubFilter>(kFilter);
+    ASSERT_NE(p, nullptr);
+    ASSERT_EQ(TurretRig::rows(p->txtAdd).size(), 6);
+    mainState().MicConnected = false;
+    rig.mic.Disconnect();
+    TurretRig::reactivate(rig, p);
+    const QStringList fixed{"1: DIA", "2: FB-31", "3: FB-32", "4: FB-33", "5: FB-34", "6: FB-35", "7: FB-35"};
+    EXPECT_EQ(TurretRig::rows(p->txtAdd), fixed);
+    EXPECT_EQ(p->txtAdd->RowCount(), 7);
+    EXPECT_EQ(p->txtAdd->Address(), 3);
+    EXPECT_EQ(p->txtSel->Caption(), QStringLiteral("3: FB-32"));
+    EXPECT_EQ(p->txtAdd->Label(p->txtAdd->Address()), p->txtSel->Caption());
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+}
+
+TEST(FilterCubePanel, ADisconnectInTheMiddleOfAMoveEndsThePickQuietlyAndTheListGoesFixed) {
+    TurretRig rig({shippedStand("full-system.json")}, StandClock::realTime(4));
+    rig.mic.setFilterBlockCassettePosition(1);
+    auto* p = rig.open<frmSubFilter>(kFilter);
+    ASSERT_NE(p, nullptr);
+    bool disabledDuringMove = false;
+    QTimer::singleShot(5, p, [&] {
+        disabledDuringMove = !p->txtAdd->isEnabled();
+        mainState().MicConnected = false;
+        rig.mic.Disconnect();
+    });
+    QTest::mouseClick(p->txtAdd, Qt::LeftButton, {}, p->txtAdd->rowRect(6).center());
+    pumpEvents();
+    EXPECT_TRUE(disabledDuringMove);
+    EXPECT_TRUE(p->txtAdd->isEnabled());
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    // Whatever the move's end, a pick now sends nothing and shows nothing.
+    rig.boxes.clear();
+    QTest::mouseClick(p->txtAdd, Qt::LeftButton, {}, p->txtAdd->rowRect(2).center());
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+    TurretRig::reactivate(rig, p);
+    EXPECT_EQ(p->txtAdd->RowCount(), 7);
+    EXPECT_EQ(p->txtAdd->Label(p->txtAdd->Address()), p->txtSel->Caption());
 }
 
 TEST(FilterCubePanel, WithNoMicroscopeAllSevenLabelsShowAndPickingSendsNothing) {

@@ -54,8 +54,9 @@ struct PanelRig {
     MsgBox::Recorder boxes;
     std::map<QString, std::pair<usrButton*, usrButton*>> twins;
 
-    explicit PanelRig(const QStringList& descriptions = {shippedStand("full-system.json")})
-        : service(StandClock::instant(), descriptions) {
+    explicit PanelRig(const QStringList& descriptions = {shippedStand("full-system.json")},
+                      const StandClock& clock = StandClock::instant())
+        : service(clock, descriptions) {
         MainState& s = mainState();
         s = MainState();
         s.INI.Ini_SetPath(iniPath());

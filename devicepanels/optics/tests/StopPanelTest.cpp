@@ -70,11 +70,65 @@ TEST(StopPanels, AUserMethodShowsTheMemoryButtonsAndTheOriginAtTheObjectivesMemo
     ASSERT_NE(ap, nullptr);
     EXPECT_TRUE(ap->BtnMemory->isVisible());
     EXPECT_TRUE(ap->btnReset->isVisible());
+    // Shown after the panel was laid out without them: the window makes room.
+    for (QWidget* b : {static_cast<QWidget*>(ap->BtnMemory), static_cast<QWidget*>(ap->btnReset)})
+        EXPECT_TRUE(ap->rect().contains(b->geometry())) << b->objectName().toStdString();
+    QDir().mkpath(testHome() + QStringLiteral("/screens"));
+    EXPECT_TRUE(ap->grab().save(testHome() + QStringLiteral("/screens/aperture-stop-user-method.png")));
     EXPECT_DOUBLE_EQ(ap->usrScroll->Origin(), 12.0);
     // The dispatch moves the origin with the objective.
     s.mAS.Memory_Put(8, 4, 6);
     ap->Origin_Chg(4);
     EXPECT_DOUBLE_EQ(ap->usrScroll->Origin(), 6.0);
+}
+
+TEST(StopPanels, ADisabledStopOffersNeitherMemoryNorResetEvenInAUserMethod) {
+    // Status 0 greys both stops; the read ends there and never shows the buttons.
+    PanelRig rig({stopsAt(0)});
+    MainState& s = mainState();
+    s.ObservationNow = 8;
+    s.mObj.setAddress(3);
+    s.mAS.Memory_Put(8, 3, 12);
+    auto* ap = rig.open<frmSubAp>(kAp);
+    auto* fs = rig.open<frmSubFS>(kFS);
+    ASSERT_TRUE(ap && fs);
+    for (StopPanel* stop : {static_cast<StopPanel*>(ap), static_cast<StopPanel*>(fs)}) {
+        EXPECT_TRUE(stop->isVisible());
+        EXPECT_FALSE(stop->usrScroll->isEnabled()) << stop->formName().toStdString();
+        EXPECT_FALSE(stop->BtnMemory->isVisible()) << stop->formName().toStdString();
+        EXPECT_FALSE(stop->btnReset->isVisible()) << stop->formName().toStdString();
+    }
+    // Tab walks the greyed panel's controls: neither button is among them.
+    ap->activateWindow();
+    pumpEvents();
+    for (int i = 0; i < 4; ++i) {
+        QWidget* focus = QApplication::focusWidget();
+        EXPECT_NE(focus, ap->BtnMemory);
+        EXPECT_NE(focus, ap->btnReset);
+        if (focus)
+            QTest::keyClick(focus, Qt::Key_Tab);
+    }
+    EXPECT_DOUBLE_EQ(s.mAS.Memory_Get(8, 3), 12);
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+    // Kept to look at (build/testhome/panels_stop_tests/screens).
+    QDir().mkpath(testHome() + QStringLiteral("/screens"));
+    EXPECT_TRUE(ap->grab().save(testHome() + QStringLiteral("/screens/greyed-aperture-stop.png")));
+}
+
+TEST(StopPanels, ABuiltInMethodOnAGreyedApertureStopShowsNoButtonsWhileTheUsableFieldStopHidesThem) {
+    // Status 2: the aperture stop (needs 1) is greyed, the field stop (needs
+    // not 0) usable; in method 1 neither offers Memory or Reset.
+    PanelRig rig({stopsAt(2)});
+    mainState().ObservationNow = 1;
+    auto* ap = rig.open<frmSubAp>(kAp);
+    auto* fs = rig.open<frmSubFS>(kFS);
+    ASSERT_TRUE(ap && fs);
+    EXPECT_FALSE(ap->usrScroll->isEnabled());
+    EXPECT_FALSE(ap->BtnMemory->isVisible());
+    EXPECT_FALSE(ap->btnReset->isVisible());
+    EXPECT_TRUE(fs->usrScroll->isEnabled());
+    EXPECT_FALSE(fs->BtnMemory->isVisible());
+    EXPECT_FALSE(fs->btnReset->isVisible());
 }
 
 TEST(StopPanels, AMemoryOutsideThePresentLimitsPutsTheOriginAtMin) {

@@ -4,6 +4,7 @@
 #include "devicepanels/optics/StopPanel.h"
 #include "devicepanels/optics/tests/SliderPanelRig.h"
 
+#include <QSignalSpy>
 #include <gtest/gtest.h>
 
 namespace {
@@ -81,14 +82,19 @@ TEST(EpiFieldStopPanel, StepUpAtMaxGoesToTheServiceWhichRefusesAndTheSliderStays
     EXPECT_DOUBLE_EQ(rig.mic.EpiFieldStopFieldStop(), max);
 }
 
-TEST(EpiFieldStopPanel, ResetDoesNothing) {
+TEST(EpiFieldStopPanel, ResetIsThereAndUsableAndDoesNothing) {
     PanelRig rig;
     rig.mic.setEpiFieldStopFieldStop(4);
     auto* epi = openEpi(rig);
     ASSERT_NE(epi, nullptr);
+    // Present and usable, not greyed: the click reaches it and it does nothing.
+    EXPECT_TRUE(epi->btnReset->isVisible());
+    EXPECT_TRUE(epi->btnReset->isEnabled());
+    QSignalSpy released(epi->btnReset, &usrButton::Released);
     epi->usrScroll->setOrigin(1);
     PanelRig::click(epi->btnReset);
     pumpEvents();
+    EXPECT_EQ(released.count(), 1);
     EXPECT_DOUBLE_EQ(rig.mic.EpiFieldStopFieldStop(), 4);
     EXPECT_TRUE(rig.boxes.texts().isEmpty());
 }

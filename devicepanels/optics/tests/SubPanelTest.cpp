@@ -9,12 +9,23 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QWindow>
 #include <gtest/gtest.h>
 
 namespace {
 const QString kAp = QStringLiteral("frmSubAp");
 const QString kFS = QStringLiteral("frmSubFS");
 const QString kSection = QStringLiteral("Aperture Stop");
+
+// A window system that never activates the device panels (focus stealing
+// prevention, a busy desktop): their activation does not arrive.
+struct ActivationRefused : QObject {
+    ActivationRefused() { qApp->installEventFilter(this); }
+    ~ActivationRefused() override { qApp->removeEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* e) override {
+        return e->type() == QEvent::WindowActivate && qobject_cast<SubPanel*>(watched);
+    }
+};
 } // namespace
 
 TEST(SubPanel, ThePressedTwinOpensThePanelAndStaysLatched) {
@@ -156,6 +167,44 @@ TEST(SubPanel, GetStatusRunsOnEveryActivation) {
     pumpEvents();
     EXPECT_DOUBLE_EQ(panel->usrScroll->Value(), 7.5);
     EXPECT_EQ(panel->txtSel->Caption(), QStringLiteral("7.5 mm"));
+}
+
+TEST(SubPanel, ANewPanelShowsTheServicesValuesEvenWhenItIsNeverActivated) {
+    PanelRig rig;
+    rig.mic.setApertureStopApertureStop(2.5);
+    frmSubAp* ap = nullptr;
+    {
+        ActivationRefused refused;
+        ap = rig.open<frmSubAp>(kAp);
+        ASSERT_NE(ap, nullptr);
+        pumpEvents(50);
+    }
+    EXPECT_TRUE(ap->isVisible());
+    EXPECT_TRUE(ap->usrScroll->isEnabled());
+    EXPECT_DOUBLE_EQ(ap->usrScroll->Max(), rig.mic.UpperLimit(LimitIndex::ApertureStop));
+    EXPECT_DOUBLE_EQ(ap->usrScroll->Value(), 2.5);
+    EXPECT_EQ(ap->txtSel->Caption(), QStringLiteral("2.5 mm"));
+}
+
+TEST(SubPanel, OpeningReadsTheServiceOnceSoAFailedReadShowsOneBox) {
+    PanelRig rig;
+    rig.faults().killUnit(UnitIndex::Q7s);
+    auto* ap = rig.open<frmSubAp>(kAp);
+    ASSERT_NE(ap, nullptr);
+    pumpEvents(50);
+    rig.faults().clearFaults();
+    EXPECT_EQ(rig.boxes.texts(), QStringList{QStringLiteral("ApertureStop_Status Read Error")});
+}
+
+TEST(SubPanel, PanelsStayAboveOtherProgramsWindows) {
+    PanelRig rig;
+    auto* ap = rig.open<frmSubAp>(kAp);
+    ASSERT_NE(ap, nullptr);
+    // Top-most for the window system, not only above the main window they belong to.
+    EXPECT_TRUE(ap->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    ASSERT_NE(ap->windowHandle(), nullptr);
+    EXPECT_TRUE(ap->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
+    EXPECT_EQ(ap->windowType(), Qt::Tool);
 }
 
 TEST(SubPanel, WithoutAMicroscopeEveryGestureDoesNothingAndShowsNothing) {

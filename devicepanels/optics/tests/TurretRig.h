@@ -4,12 +4,14 @@
 // words and limits, the light path's set-up, link and path.
 #include "devicepanels/optics/tests/PanelRig.h"
 #include "state/DeviceTables.h"
+#include "widgets/usrAddress.h"
 
 #include <QRegularExpression>
 
 struct TurretRig : PanelRig {
-    explicit TurretRig(const QStringList& descriptions = {shippedStand("full-system.json")})
-        : PanelRig(descriptions) {
+    explicit TurretRig(const QStringList& descriptions = {shippedStand("full-system.json")},
+                       const StandClock& clock = StandClock::instant())
+        : PanelRig(descriptions, clock) {
         MainState& s = mainState();
         ObjectiveData_Init(s);
         FilterCube_Init(s);
@@ -29,6 +31,22 @@ struct TurretRig : PanelRig {
         }
         s.mObj.setAddress(mic.NosepiecePosition());
         boxes.clear();
+    }
+
+    // The panel is activated again (as by the operator's click), which reads it afresh.
+    static void reactivate(PanelRig& rig, QWidget* panel) {
+        rig.owner.activateWindow();
+        pumpEvents();
+        panel->activateWindow();
+        pumpEvents();
+    }
+
+    // The list's rows as the operator reads them, First to Last.
+    static QStringList rows(const usrAddress* list) {
+        QStringList out;
+        for (int n = list->First(); n <= list->Last(); ++n)
+            out << list->Label(int16_t(n));
+        return out;
     }
 
     // The INI file as it stands on disk.
