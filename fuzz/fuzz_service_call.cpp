@@ -258,7 +258,7 @@ QString inSignature(const QString& interface, const QString& member)
         {ZentorBus::DeviceInterface, &deviceAll},
         {ZentorBus::ControlInterface, &ZentorBus::controlMethods()},
         {ZentorBus::FiberInterface, &ZentorBus::fiberMethods()},
-        {ZentorBus::ControlInterface, &ZentorBus::fiberControlMethods()},
+        {ZentorBus::FiberControlInterface, &ZentorBus::fiberControlMethods()},
     };
     for (const auto& l : lists)
         if (interface.isEmpty() || interface == l.first || !interface.startsWith(QLatin1String("org.zentor")))
@@ -302,7 +302,7 @@ public:
         for (int i = 0; i < m_service.deviceNames().size(); ++i)
             m_names.paths << ZentorBus::devicePath(i);
         m_names.interfaces << ZentorBus::ManagerInterface << ZentorBus::DeviceInterface << ZentorBus::ControlInterface
-                           << ZentorBus::FiberInterface << QString()
+                           << ZentorBus::FiberInterface << ZentorBus::FiberControlInterface << QString()
                            << QStringLiteral("org.freedesktop.DBus.Introspectable")
                            << QStringLiteral("org.freedesktop.DBus.Peer")
                            << QStringLiteral("org.freedesktop.DBus.Properties");
@@ -368,9 +368,12 @@ private:
     // A call of the fault-injection interface, named or found by its member.
     static bool isFaultInjection(const QString& interface, const QString& member)
     {
-        if (interface != ZentorBus::ControlInterface && !interface.isEmpty())
-            return false;
-        return ZentorBus::findMethod(ZentorBus::controlMethods(), member) ||
+        if (interface.isEmpty())
+            return ZentorBus::findMethod(ZentorBus::controlMethods(), member) ||
+                   ZentorBus::findMethod(ZentorBus::fiberControlMethods(), member);
+        if (interface == ZentorBus::ControlInterface)
+            return ZentorBus::findMethod(ZentorBus::controlMethods(), member);
+        return interface == ZentorBus::FiberControlInterface &&
                ZentorBus::findMethod(ZentorBus::fiberControlMethods(), member);
     }
 

@@ -95,8 +95,18 @@ for t in $built; do
         call 7 $ctl EmitEvents '\015AppLampIsOn:1\012\000\000\000'; } >"$corpus/seed-faults"
       { printf '\001'; call 3 org.zentor.Fiber Connect '\350\003\000\000'
         call 3 org.zentor.Fiber ShutterOpenTimed '\000\000\000\000\000\000\340\077'
-        call 3 $ctl SetSensor '\020Interlock_Status\000\000'; } >"$corpus/seed-fiber"
+        call 3 org.zentor.Fiber.Control SetSensor '\020Interlock_Status\000\000'; } >"$corpus/seed-fiber"
       { printf '\000'; call 7 org.freedesktop.DBus.Introspectable Introspect ''; } >"$corpus/seed-introspect" ;;
+    fuzz_snapshot_reply)
+      # Snapshot replies as fuzz_snapshot_reply reads them (see its head): a
+      # form byte, eight bytes of sequence, the values (key selector, type,
+      # bytes), the failures (key, code, text) and the events around it.
+      seq='\005\000\000\000\000\000\000\000'
+      { printf '\000'"$seq"'\003\000\001\001\000\000\000\004\000\003\000\006\004\002\001a\001b'
+        printf '\001\005\005\100\000\200\004dead\002\000\200\000\0041234\000\0041240'; } >"$corpus/seed-plain"
+      { printf '\000'"$seq"'\002\004\000\003\000\004\000\004\000\001\000\001\000\000\000\000'; } >"$corpus/seed-twice"
+      { printf '\360'"$seq"'\003abc'; } >"$corpus/seed-wrong-form"
+      { printf '\000'"$seq"'\377'; } >"$corpus/seed-too-many" ;;
   esac
   bin=$(find "$build" -type f -name "$t" -perm -u+x | head -n 1)
   echo "fuzz: $t for $seconds s"

@@ -19,6 +19,7 @@ packages=(
   xtrace                      # bench_idle counts the idle panel's X requests
   clang libclang-rt-14-dev ninja-build   # scripts/test: the sanitizer build and the fuzz targets (fuzz/run.sh)
   libdbus-1-dev               # the service paces floods by its connection's queue (libdbus)
+  openssh-client openssh-server   # zentor --host: the remote tests run a real sshd on 127.0.0.1
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -21,6 +21,8 @@ StandControl& SimulatedStand::control() { return *m_engine; }
 
 StandUserMethods SimulatedStand::userMethods() const { return m_engine->userMethods(); }
 
+int16_t SimulatedStand::focusSpeedCode() const { return m_engine->focusSpeedCode(); }
+
 QString SimulatedStand::restoreUserMethods(const StandUserMethods& methods) {
     return m_engine->restoreUserMethods(methods);
 }

@@ -50,6 +50,9 @@ public:
 
     const StandDescription& description() const;
     StandControl& control();
+    // The speed code the focus drive runs at now (1 to 9), as its motor
+    // shows it: how fast a focus move goes.
+    int16_t focusSpeedCode() const;
 
     // The six user observation methods as the stand keeps them, and putting
     // kept ones back (answers why they were refused, or nothing).

@@ -1,7 +1,7 @@
 #pragma once
-// How fast simulated time runs on a stand. Motion is always driven by timers on
-// the owning thread's event loop; the clock only says how long a move of the
-// simulated motor takes in real time.
+// How fast simulated time runs on a stand. Motion is timed on the owning
+// thread's event loop (stand/devices/MotorWakeUps.h); the clock only says how
+// long a move of the simulated motor takes in real time.
 //   instant()        every move arrives at once (unit tests)
 //   realTime(f)      moves take their physical time divided by f (panel, service)
 class StandClock {

@@ -331,4 +331,7 @@ void StandEngine::clearFaults() {
     m_stalls.clear();
 }
 
-void StandEngine::setSpeedFactor(double factor) { m_factor = std::isfinite(factor) && factor > 0 ? factor : 0.0; }
+void StandEngine::setSpeedFactor(double factor) {
+    m_factor = std::isfinite(factor) && factor > 0 ? factor : 0.0;
+    for (MotorAxis* a : m_axis) a->speedFactorChanged();
+}

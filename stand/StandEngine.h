@@ -43,6 +43,8 @@ public:
     // Puts back kept methods; answers why they were refused (a code or value
     // out of this stand's ranges), leaving everything as it was, or nothing.
     QString restoreUserMethods(const StandUserMethods& methods);
+    // The focus motor's speed code now.
+    int16_t focusSpeedCode() const { return m_zSpeed; }
     // Called after every change of a user method's name, codes or custom values.
     std::function<void()> onUserMethodsChanged;
 

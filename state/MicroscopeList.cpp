@@ -38,6 +38,10 @@ QVector<MicroscopeEntry> buildMicroscopeList(const QStringList& names, int16_t r
     return list;
 }
 
+QString shownName(const QString& name, const QString& computer) {
+    return computer.isEmpty() ? name : computer + QStringLiteral(": ") + name;
+}
+
 int16_t decideSelectedMic(int entryCount, int16_t requestedMic) {
     if (entryCount == 1)
         return 0;

@@ -29,6 +29,13 @@ struct MicroscopeEntry {
 QVector<MicroscopeEntry> buildMicroscopeList(const QStringList& names, int16_t requestedMic,
                                              const std::function<bool(int16_t)>& isAvailable);
 
+// A microscope's name as the panel shows it. The microscope of another
+// computer's stand is shown as "COMPUTER: NAME" in the list, in the chooser,
+// and so in the window's caption ("Zentor  [ COMPUTER: NAME ]"), so that the
+// operator always sees whose stand the panel drives; a name of this
+// computer's stand stays as it is.
+QString shownName(const QString& name, const QString& computer);
+
 // Outcome of the choice: a list position (0..), or one of these.
 enum SelectedMicValue : int16_t { NothingFound = -1, UsedByAnother = -2, Cancelled = -3 };
 constexpr int16_t NeedsDialog = -100;

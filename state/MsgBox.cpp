@@ -1,5 +1,7 @@
 #include "state/MsgBox.h"
 
+#include "core/base/OperatorWait.h"
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMessageBox>
@@ -82,6 +84,12 @@ QStringList Recorder::texts() const {
 }
 
 Answer show(const QString& text, Buttons buttons, Icon icon, const QString& title, bool systemModal) {
+    // The operator may take any time to answer: what was read of the stand
+    // before the box is read afresh after it.
+    struct OperatorAsked {
+        OperatorAsked() { operatorWait::mark(); }
+        ~OperatorAsked() { operatorWait::mark(); }
+    } asked;
     const Shown shown{text, buttons, icon, title, systemModal};
     if (g_recorder) {
         g_recorder->m_shown.append(shown);
@@ -120,7 +128,15 @@ Answer show(const QString& text, Buttons buttons, Icon icon, const QString& titl
     }
     if (systemModal)
         box.setWindowModality(Qt::ApplicationModal);
+    // Device panels stay above every window; a box they wait on must not
+    // open beneath them.
+    box.setWindowFlag(Qt::WindowStaysOnTopHint);
     g_open.append(QPointer<QMessageBox>(&box));
+    // Beside the window's caption, the end-to-end tests wait for the boxes.
+    if (qEnvironmentVariableIsSet("ZENTOR_PRINT_CAPTION")) {
+        std::fprintf(stderr, "box: %s\n", text.toLocal8Bit().constData());
+        std::fflush(stderr);
+    }
     const int pressed = box.exec();
     g_open.removeAll(QPointer<QMessageBox>(&box));
     g_open.removeAll(QPointer<QMessageBox>());

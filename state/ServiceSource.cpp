@@ -8,6 +8,10 @@ Maker& maker() {
     static Maker m;
     return m;
 }
+QString& computerName() {
+    static QString name;
+    return name;
+}
 } // namespace
 
 void setMaker(Maker m) { maker() = std::move(m); }
@@ -28,5 +32,9 @@ ServiceObjects createMainObjects() {
     objects.eventSource = objects.micService.get();
     return objects;
 }
+
+void setComputer(const QString& computer) { computerName() = computer; }
+
+QString computer() { return computerName(); }
 
 } // namespace ServiceSource

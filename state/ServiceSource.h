@@ -12,6 +12,8 @@
 // silent. The event source is therefore micService itself.
 #include "core/service/MicroscopeService.h"
 
+#include <QString>
+
 #include <functional>
 #include <memory>
 
@@ -37,5 +39,10 @@ std::unique_ptr<MicroscopeService> create();
 
 // The three service objects of the main window.
 ServiceObjects createMainObjects();
+
+// The computer whose stand the objects reach, as the operator is to see it
+// beside each microscope's name; empty for this computer's own.
+void setComputer(const QString& computer);
+QString computer();
 
 } // namespace ServiceSource

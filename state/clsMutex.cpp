@@ -2,6 +2,7 @@
 
 #include "core/base/RunTimeError.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -18,6 +19,11 @@
 namespace {
 
 QByteArray native(const QString& path) { return QFile::encodeName(path); }
+
+QString& busScope() {
+    static QString address;
+    return address;
+}
 
 // A folder fit to hold the lock: a real folder (not a link), owned by this
 // user; `privateOnly` also asks that no one else may enter or write it.
@@ -50,13 +56,24 @@ QString clsMutex::lockName(const QString& Name) {
     return QStringLiteral("ZentorConnection-") + hex;
 }
 
+void clsMutex::setBusScope(const QString& address) { busScope() = address; }
+
 QString clsMutex::lockFolder() {
+    const QString scope = busScope().isEmpty()
+                              ? QString()
+                              : QString::fromLatin1(QCryptographicHash::hash(busScope().toUtf8(),
+                                                                             QCryptographicHash::Sha256)
+                                                        .toHex()
+                                                        .left(16));
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && QDir(runtime).exists())
-        return QDir::cleanPath(runtime);
+    if (!runtime.isEmpty() && QDir(runtime).exists()) {
+        const QString folder = QDir::cleanPath(runtime);
+        return scope.isEmpty() ? folder : QDir(folder).filePath(QStringLiteral("zentor-bus-") + scope);
+    }
     // Without a runtime folder, a folder of this user's own in the temporary
     // folder: a shared folder would let anyone take or redirect the lock.
-    return QDir(QDir::tempPath()).filePath(QStringLiteral("zentor-%1").arg(::geteuid()));
+    const QString own = QStringLiteral("zentor-%1").arg(::geteuid());
+    return QDir(QDir::tempPath()).filePath(scope.isEmpty() ? own : own + QStringLiteral("-bus-") + scope);
 }
 
 QString clsMutex::lockPath(const QString& lockName) { return QDir(lockFolder()).filePath(lockName); }

@@ -27,6 +27,14 @@ public:
     bool Mutex_Wait(int32_t dwMilliseconds);
     void Mutex_Release();
 
+    // The list positions of another computer's service are that service's:
+    // a panel on another bus (`address`, not empty) keeps its locks in a
+    // folder of that bus's own, beside the usual one ("zentor-bus-" and a
+    // digest of the address), so that a panel of this computer's stand and
+    // one of a far stand at the same position do not refuse each other.
+    // Empty: the usual folder.
+    static void setBusScope(const QString& address);
+
     // The lock name Mutex_Open builds ("0" gives "ZentorConnection-30").
     static QString lockName(const QString& Name);
     // Where the lock files live, and the lock file of that name.

@@ -1,11 +1,14 @@
 #include "state/mdlReadStatus.h"
 
 #include "state/MsgBox.h"
+#include "core/service/ReadBatch.h"
 
 #include <algorithm>
 
 void Status_Read(MainState& s) {
     try {
+        // Up to 162 custom values: read as one group.
+        const ReadBatch reads(s.micService);
         MicroscopeService& svc = *s.micService;
         if (svc.IsMounted(DeviceIndex::Nosepiece) == 0)
             return;

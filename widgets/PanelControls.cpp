@@ -68,38 +68,13 @@ void PanelLabel::applyColours()
     QPalette pal = palette();
     pal.setColor(QPalette::Window, colorFromBgr(m_back));
     pal.setColor(QPalette::WindowText, colorFromBgr(m_fore));
-    // A greyed entry keeps its face but dims its text.
+    // A greyed entry loses its colour: a plain grey face, no lighter than
+    // a dark one, under dimmed text, so it no longer reads as selectable.
     pal.setColor(QPalette::Disabled, QPalette::WindowText, zentor::look::textDim());
-    pal.setColor(QPalette::Disabled, QPalette::Window, colorFromBgr(m_back));
+    pal.setColor(QPalette::Disabled, QPalette::Window, zentor::look::disabledFace(colorFromBgr(m_back)));
     setPalette(pal);
     setAutoFillBackground(!m_transparent);
     update();
-}
-
-void PanelLabel::setHint(std::function<QString()> source)
-{
-    m_hint = std::move(source);
-    update();
-}
-
-QString PanelLabel::HintShown() const
-{
-    if (!text().isEmpty() || !m_hint)
-        return QString();
-    return m_hint();
-}
-
-void PanelLabel::refreshHint()
-{
-    if (HintShown() != m_hintPainted)
-        update();
-}
-
-QColor PanelLabel::HintColor() const
-{
-    // The hint is a live state (the drawing shows it): drawn in the label's
-    // own colour, never in the grey of a disabled entry.
-    return colorFromBgr(m_fore);
 }
 
 void PanelLabel::setCaption(const QString& caption)
@@ -130,7 +105,7 @@ void PanelLabel::fitCaption()
 
 bool PanelLabel::CaptionFits() const
 {
-    const QString shown = text().isEmpty() ? HintShown() : text();
+    const QString shown = text();
     if (shown.isEmpty())
         return true;
     const QFontMetrics fm(font());
@@ -168,15 +143,6 @@ void PanelLabel::paintEvent(QPaintEvent* e)
         QPainter p(this);
         zentor::look::drawFocus(p, QRectF(rect()));
     }
-    const QString hint = HintShown();
-    m_hintPainted = hint;
-    if (hint.isEmpty())
-        return;
-    QPainter p(this);
-    p.setPen(HintColor());
-    p.setFont(font());
-    const int m = indent() > 0 ? indent() : 0;
-    p.drawText(contentsRect().adjusted(m, 0, 0, 0), int(alignment()), hint);
 }
 
 void PanelLabel::changeEvent(QEvent* e)

@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QString>
 #include <cstdint>
-#include <functional>
 
 // Geometry in twips for any widget, through the one conversion of Units.h.
 namespace twips {
@@ -52,19 +51,7 @@ public:
     int Top() const { return twips::top(this); }
     void setTop(int v) { twips::setTop(this, v); }
 
-    // A hint drawn dimmed while the caption is empty, such as a state the
-    // light-path drawing already shows. The source is asked at each paint;
-    // the caption itself stays empty, so whatever writes the label decides
-    // alone what it holds.
-    void setHint(std::function<QString()> source);
-    // The hint that is drawn now: empty while the caption holds text.
-    QString HintShown() const;
-    // Paints again only when the hint to show differs from the one drawn
-    // last, so that asking costs nothing while the state stands still.
-    void refreshHint();
-    // The colour the hint is drawn in: the label's own, as a value's.
-    QColor HintColor() const;
-    // Whether the caption (or the hint shown) is drawn whole in the label.
+    // Whether the caption is drawn whole in the label.
     bool CaptionFits() const;
     // A reading that stands beside an arrow (the selectors'): a caption too
     // long for the label is drawn a size smaller, down to `minPoints`, rather
@@ -97,8 +84,6 @@ protected:
 
 private:
     void applyColours();
-    std::function<QString()> m_hint;
-    QString m_hintPainted;
     bool m_activatable = false;
     QString m_accessiblePrefix;
     int32_t m_back = 0x5C342C;

@@ -262,9 +262,7 @@ public:
         const QString own = ownName(label());
         if (!own.isEmpty())
             return own;
-        QString shown = label()->Caption().simplified();
-        if (shown.isEmpty())
-            shown = label()->HintShown().simplified();
+        const QString shown = label()->Caption().simplified();
         const QString prefix = label()->AccessiblePrefix();
         if (prefix.isEmpty())
             return shown;

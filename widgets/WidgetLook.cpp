@@ -1,5 +1,6 @@
 #include "widgets/WidgetLook.h"
 
+#include <QImage>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
@@ -19,6 +20,12 @@ QColor textDim() { return QColor(0x80, 0x85, 0x8c); }
 QColor accent() { return QColor(0xe6, 0xbe, 0x28); }
 QColor mark() { return QColor(0x4f, 0xc8, 0xf0); }
 QColor warn() { return QColor(0xf0, 0x5a, 0x4a); }
+QColor disabledFace() { return QColor(0x36, 0x38, 0x3c); }
+QColor disabledFace(const QColor& live)
+{
+    const int grey = std::min(disabledFace().lightness(), live.lightness() * 3 / 4);
+    return QColor(grey, grey, grey);
+}
 
 void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
 {
@@ -28,7 +35,7 @@ void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
     if (hot && !down && enabled)
         fill = fill.lighter(112);
     if (!enabled)
-        fill = QColor(0x36, 0x38, 0x3c);
+        fill = disabledFace();
     const QRectF in = r.adjusted(0.5, 0.5, -0.5, -0.5);
     p.fillRect(in, fill);
     const QColor tl = down ? edgeDark() : edgeLight();
@@ -40,6 +47,32 @@ void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot)
     p.drawLine(in.bottomLeft(), in.bottomRight());
     p.drawLine(in.topRight(), in.bottomRight());
     p.restore();
+}
+
+void paintGreyable(QWidget* w, const std::function<void(QPainter&)>& draw)
+{
+    if (w->isEnabled() || w->size().isEmpty()) {
+        QPainter p(w);
+        draw(p);
+        return;
+    }
+    const qreal ratio = w->devicePixelRatioF();
+    QImage picture(w->size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    {
+        QPainter ip(&picture);
+        draw(ip);
+    }
+    for (int y = 0; y < picture.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
+        for (int x = 0; x < picture.width(); ++x) {
+            const int grey = qGray(line[x]) * 3 / 5;
+            line[x] = qRgba(grey, grey, grey, qAlpha(line[x]));
+        }
+    }
+    QPainter p(w);
+    p.drawImage(QPointF(0, 0), picture);
 }
 
 void drawArrow(QPainter& p, const QRectF& r, Arrow dir, int count, const QColor& color)

@@ -5,6 +5,8 @@
 #include <QColor>
 #include <QRectF>
 
+#include <functional>
+
 class QPainter;
 class QWidget;
 
@@ -20,6 +22,10 @@ QColor textDim();     // greyed text and inert marks
 QColor accent();      // selected / latched / active path (amber)
 QColor mark();        // origin and range marks (cyan)
 QColor warn();        // a value outside the shown range (red)
+QColor disabledFace(); // the face of every greyed control, whatever its colour
+// A greyed face for a control whose live face is `live`: colourless, and
+// never lighter than the live one, so that it does not stand out as a button.
+QColor disabledFace(const QColor& live);
 
 enum class Arrow { Left, Right, Up, Down };
 
@@ -29,6 +35,9 @@ void drawFace(QPainter& p, const QRectF& r, bool down, bool enabled, bool hot = 
 void drawArrow(QPainter& p, const QRectF& r, Arrow dir, int count, const QColor& color);
 // The keyboard focus frame.
 void drawFocus(QPainter& p, const QRectF& r);
+// Paints a widget through `draw`; while the widget is disabled the picture is
+// greyed: no colour left, and dimmer, so that no mark of it reads as live.
+void paintGreyable(QWidget* w, const std::function<void(QPainter&)>& draw);
 // Applies the family's font and a dark palette to a widget of the family.
 void applyTo(QWidget* w);
 

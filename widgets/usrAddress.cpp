@@ -221,7 +221,9 @@ void usrAddress::paintEvent(QPaintEvent*)
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing, true);
     const bool enabled = isEnabled();
-    const QColor rowColor = colorFromBgr(m_itemColor);
+    // Greyed: the rows lose their section's colour and the selection its amber.
+    const QColor liveRow = colorFromBgr(m_itemColor);
+    const QColor rowColor = enabled ? liveRow : look::disabledFace(liveRow);
     p.fillRect(rect(), rowColor.darker(135));
     const int n = RowCount();
     const int h = rowHeight();
@@ -233,7 +235,7 @@ void usrAddress::paintEvent(QPaintEvent*)
         const bool down = number == m_pressed;
         QColor fill = rowColor;
         if (selected)
-            fill = look::accent().darker(enabled ? 260 : 400);
+            fill = enabled ? look::accent().darker(260) : rowColor.lighter(130);
         else if (number == m_hot && live())
             fill = rowColor.lighter(125);
         if (down)

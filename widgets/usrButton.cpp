@@ -207,7 +207,7 @@ void usrButton::paintEvent(QPaintEvent*)
     look::drawFace(p, r, down, enabled, m_hot && !m_locked);
     if (m_latched) {
         // A lit strip along the bottom edge says "this panel is open".
-        p.fillRect(QRectF(r.left() + 3, r.bottom() - 3, r.width() - 6, 2), look::accent());
+        p.fillRect(QRectF(r.left() + 3, r.bottom() - 3, r.width() - 6, 2), enabled ? look::accent() : look::textDim());
     }
     QRectF content = r.adjusted(4, 3, -4, -3);
     if (down)

@@ -250,9 +250,9 @@ QString usrPath_M::colorAreaTip(const QPoint& widgetPos) const
 {
     switch (colorAreaAt(widgetPos)) {
     case 1:
-        return QStringLiteral("Excitation filter: click to choose its colour, right-click for its wavelength's colour");
+        return QStringLiteral("Excitation filter: click to choose its colour");
     case 2:
-        return QStringLiteral("Barrier filter: click to choose its colour, right-click for its wavelength's colour");
+        return QStringLiteral("Barrier filter: click to choose its colour");
     default:
         return QString();
     }
@@ -346,7 +346,11 @@ void usrPath_M::ShowFiberShutterClose()
 
 void usrPath_M::paintEvent(QPaintEvent*)
 {
-    QPainter p(this);
+    look::paintGreyable(this, [this](QPainter& p) { draw(p); });
+}
+
+void usrPath_M::draw(QPainter& p)
+{
     p.setRenderHint(QPainter::Antialiasing, true);
     p.fillRect(rect(), look::panel().darker(115));
     p.setTransform(toWidget());

@@ -11,6 +11,8 @@
 #include <QRect>
 #include <QTransform>
 #include <QWidget>
+
+class QPainter;
 #include <cstdint>
 
 class usrPath_M : public QWidget {
@@ -106,6 +108,8 @@ signals:
 protected:
     bool event(QEvent* e) override;
     void paintEvent(QPaintEvent*) override;
+    // The whole drawing; paintEvent greys it when the widget is disabled.
+    void draw(QPainter& p);
     void mousePressEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;

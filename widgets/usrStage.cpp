@@ -410,7 +410,11 @@ void usrStage::changeEvent(QEvent* e)
 
 void usrStage::paintEvent(QPaintEvent*)
 {
-    QPainter p(this);
+    look::paintGreyable(this, [this](QPainter& p) { draw(p); });
+}
+
+void usrStage::draw(QPainter& p)
+{
     p.setRenderHint(QPainter::Antialiasing, true);
     const bool enabled = isEnabled();
     const QColor markC = enabled ? look::mark() : look::textDim();

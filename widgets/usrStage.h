@@ -17,6 +17,8 @@
 // Nothing set from code raises an event.
 #include <QRectF>
 #include <QWidget>
+
+class QPainter;
 #include <cstdint>
 
 class usrStage : public QWidget {
@@ -111,6 +113,8 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent*) override;
+    // The whole drawing; paintEvent greys it when the widget is disabled.
+    void draw(QPainter& p);
     void mousePressEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;

@@ -265,8 +265,11 @@ void usrSliderBase::paintEvent(QPaintEvent*)
     const double xv = xOfValue(m_value);
     if (xv > groove.left() + 1) {
         QColor bar = colorFromBgr(m_barColor);
-        if (!enabled)
-            bar = bar.darker(160);
+        if (!enabled) {
+            // Greyed: the bar keeps its length, loses its colour.
+            const int grey = bar.lightness() / 3;
+            bar = QColor(grey, grey, grey);
+        }
         QRectF fill(groove.left() + 1, groove.top() + 1, xv - groove.left() - 1, groove.height() - 2);
         if (m_style == 2) {
             QLinearGradient g(fill.topLeft(), fill.bottomLeft());
@@ -316,7 +319,7 @@ void usrSliderBase::paintEvent(QPaintEvent*)
     p.setBrush(g);
     p.setPen(QPen(outside ? look::warn() : look::edgeDark(), outside ? 2 : 1));
     p.drawRoundedRect(th, 2, 2);
-    p.setPen(QPen(m_locked ? look::textDim() : look::accent(), 2));
+    p.setPen(QPen(m_locked || !enabled ? look::textDim() : look::accent(), 2));
     p.drawLine(QPointF(th.center().x(), th.top() + 4), QPointF(th.center().x(), th.bottom() - 4));
 
     if (hasFocus())

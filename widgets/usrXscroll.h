@@ -85,7 +85,9 @@ class usrXscroll : public usrSliderBase {
 public:
     explicit usrXscroll(QWidget* parent = nullptr);
 
-    bool Enabled() const { return isEnabled(); }
+    // What was written with setEnabled, read back at once: a slider inside a
+    // greyed frame (the lamp's while it is off) still answers true.
+    bool Enabled() const { return !testAttribute(Qt::WA_ForceDisabled); }
 
     // The origin mark: where btnReset of the panel returns to.
     double Origin() const { return m_origin; }

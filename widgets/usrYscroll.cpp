@@ -276,7 +276,11 @@ void usrYscroll::changeEvent(QEvent* e)
 
 void usrYscroll::paintEvent(QPaintEvent*)
 {
-    QPainter p(this);
+    look::paintGreyable(this, [this](QPainter& p) { draw(p); });
+}
+
+void usrYscroll::draw(QPainter& p)
+{
     p.setRenderHint(QPainter::Antialiasing, true);
     const bool enabled = isEnabled();
     const QColor arrow = enabled ? look::text() : look::textDim();

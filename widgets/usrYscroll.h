@@ -6,6 +6,8 @@
 // Nothing set from code raises an event.
 #include <QTimer>
 #include <QWidget>
+
+class QPainter;
 #include <cstdint>
 
 class usrYscroll : public QWidget {
@@ -68,6 +70,8 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent*) override;
+    // The whole drawing; paintEvent greys it when the widget is disabled.
+    void draw(QPainter& p);
     void mousePressEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;

@@ -6,6 +6,7 @@
 // - the service's resident memory with three microscopes open.
 // Targets: read within 1.5x the ping (median and p99); at least 20,000 events/s
 // to each of four clients, none lost; service under 40 MB resident.
+#include "../PrivateBus.h"
 #include "ServiceProcess.h"
 #include "core/service/dbus/BusLayout.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
@@ -225,18 +226,8 @@ double residentMB(qint64 pid)
 
 int main(int argc, char** argv)
 {
-    // Always on a private bus of its own, never the operator's session.
-    if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i)
-            args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_dbus: cannot start dbus-run-session");
-        return 1;
-    }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_dbus"))
+        return failed;
     QCoreApplication app(argc, argv);
     if (argc == 4 && QByteArray(argv[1]) == "--listen")
         return listen(QString::fromLocal8Bit(argv[2]), QByteArray(argv[3]).toLong());

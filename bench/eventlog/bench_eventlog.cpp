@@ -5,6 +5,7 @@
 // - baseline: the same number of bare device reads (NosepiecePosition).
 // Median and p99 of each over the rounds, and their ratio. Target: the export
 // within 1.5x of the bare reads.
+#include "../PrivateBus.h"
 #include "ServiceProcess.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
 #include "mainwindow/tools/EventLogExport.h"
@@ -32,17 +33,8 @@ double percentile(std::vector<double> v, double p) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Always on a private bus of its own, never the operator's session.
-    if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i) args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_eventlog: cannot start dbus-run-session");
-        return 1;
-    }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_eventlog"))
+        return failed;
     QCoreApplication app(argc, argv);
     ServiceProcess service;
     if (!service.start({QStringLiteral("--speed"), QStringLiteral("0"), QStringLiteral("--no-fiber"),

@@ -8,6 +8,7 @@
 //  2. time from a game pad press (SDL virtual joystick) to its move command
 //     through the real Timer1 and Control: median and p99, target one tick
 //     (50 ms).
+#include "../PrivateBus.h"
 #include "ServiceProcess.h"
 
 #include "core/service/dbus/BusLayout.h"
@@ -224,19 +225,12 @@ int main(int argc, char** argv)
     }
     // On a private bus and a scratch home of its own, never the operator's.
     if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
         const QByteArray home = QDir::tempPath().toLocal8Bit() + "/zentor-bench-motion";
         setenv("XDG_DATA_HOME", home.constData(), 1);
         setenv("QT_QPA_PLATFORM", "offscreen", 0);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i)
-            args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_motion: cannot start dbus-run-session");
-        return 1;
     }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_motion"))
+        return failed;
     QApplication app(argc, argv);
     ServiceProcess service;
     if (!service.start({QStringLiteral("--speed"), QStringLiteral("1"), QStringLiteral("--no-fiber")})) {

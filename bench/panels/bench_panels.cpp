@@ -6,6 +6,7 @@
 // Targets: every panel open and filled within 50 ms at p99; with every panel
 // open the dispatch keeps at least half its main-panel-only rate.
 // Runs itself on a private bus that activates the built service.
+#include "../PrivateBus.h"
 #include "mainwindow/app/ServiceChoice.h"
 #include "mainwindow/app/frmMain.h"
 #include "state/FormRegistry.h"
@@ -56,17 +57,8 @@ bool filled(QWidget* panel)
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i)
-            args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_panels: cannot start dbus-run-session");
-        return 1;
-    }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_panels"))
+        return failed;
     QApplication app(argc, argv);
     ServiceChoice::install();
     MsgBox::Recorder quiet;

@@ -6,6 +6,7 @@
 // stand, so that a lost event shows.
 // Target: the method no slower than the sum of the six single moves, and no
 // event lost.
+#include "../PrivateBus.h"
 #include "ServiceProcess.h"
 #include "mainwindow/app/frmMain.h"
 #include "state/MainState.h"
@@ -72,16 +73,8 @@ struct Setting {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i) args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_user_method: cannot start dbus-run-session");
-        return 1;
-    }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_user_method"))
+        return failed;
     QApplication app(argc, argv);
     const QString scratch = QDir::tempPath() + QStringLiteral("/bench_user_method-%1").arg(getpid());
     ServiceProcess service;

@@ -7,6 +7,7 @@
 //   resident memory (at rest and the peak).
 // Target: reads under the stream within 50 ms at p99; the service's memory
 // bounded however slow a listener is.
+#include "../PrivateBus.h"
 #include "ServiceProcess.h"
 #include "core/service/dbus/BusLayout.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
@@ -128,17 +129,8 @@ void print(const char* what, const Reads& r)
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("ZENTOR_BENCH_ON_PRIVATE_BUS")) {
-        setenv("ZENTOR_BENCH_ON_PRIVATE_BUS", "1", 1);
-        std::vector<char*> args{const_cast<char*>("dbus-run-session"),
-                                const_cast<char*>("--config-file=" ZENTOR_BENCH_BUS_CONF), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i)
-            args.push_back(argv[i]);
-        args.push_back(nullptr);
-        execvp("dbus-run-session", args.data());
-        std::perror("bench_stream: cannot start dbus-run-session");
-        return 1;
-    }
+    if (const int failed = runOnPrivateBus(argc, argv, ZENTOR_BENCH_BUS_CONF, "bench_stream"))
+        return failed;
     QCoreApplication app(argc, argv);
     if (argc == 2 && QByteArray(argv[1]) == "--listen")
         return listen(false);

@@ -217,6 +217,17 @@ public:
     virtual QVector<int32_t> CondenserNumbers() = 0;
     virtual QStringList CondenserNames() = 0;
 
+    // --- reads that belong together ------------------------------------------------
+    // Opening a microscope, the status read and a device panel's Get_Status
+    // each read many values one after another. Between beginReads() and
+    // endReads() (pairs nest; the outermost counts) an implementation may
+    // answer reads from one picture of the stand, taken at the first read and
+    // kept current by the events that follow, as long as every read answers
+    // what the single call would: the same value, or the same failure.
+    // Commands still go one by one. See ReadBatch.h.
+    virtual void beginReads() {}
+    virtual void endReads() {}
+
     // --- raw commands -------------------------------------------------------------
     // Passes a command text to the stand's controller; the reply comes back in `reply`.
     virtual void SendCommand(const QString& command, QString& reply) = 0;

@@ -19,7 +19,7 @@ QWidget* openMotionPanel(const QString& formName, const QString& caption, int in
     if (panel->Caption() != caption) {
         panel->setCaption(caption);
         if (panel->isVisible())
-            panel->Get_Status();
+            panel->readStatus();
     }
     if (index < 0)
         SubPanels::unlatchTwins(formName);

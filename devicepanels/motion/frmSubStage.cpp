@@ -1,6 +1,7 @@
 #include "devicepanels/motion/frmSubStage.h"
 
 #include "devicepanels/motion/MotionPanelParts.h"
+#include "devicepanels/subpanel/MainPanelSide.h"
 #include "devicepanels/subpanel/PanelLook.h"
 #include "state/MsgBox.h"
 #include "state/UiHelpers.h"
@@ -232,8 +233,14 @@ void frmSubStage::showPosition()
 {
     const clsDefXYControl& xy = state().mXY;
     try {
-        Text1->setCaption(QStringLiteral("X ") + xy.Format_XCount() + QStringLiteral(" um"));
-        Text2->setCaption(QStringLiteral("Y ") + xy.Format_YCount() + QStringLiteral(" um"));
+        const QString x = xy.Format_XCount() + QStringLiteral(" um");
+        const QString y = xy.Format_YCount() + QStringLiteral(" um");
+        Text1->setCaption(QStringLiteral("X ") + x);
+        Text2->setCaption(QStringLiteral("Y ") + y);
+        // An origin changes the reading without a move, so no event would
+        // bring it to the main panel.
+        setBothTwins(mainPanelSide().Xcmd, x);
+        setBothTwins(mainPanelSide().Ycmd, y);
     } catch (const std::exception&) {
         MsgBox::show(QStringLiteral("XY_Position Read Error"));
     }
@@ -300,26 +307,35 @@ void frmSubStage::usrXYScroll_MouseDown(int16_t Button, int16_t Shift, float, fl
         return;
     MicroscopeService& svc = *state().micService;
     usrXYScroll->setEnabled(false);
-    if (Button == 1 && !Timer1.isActive()) {
-        m_dX = m_dY = 0;
-    } else if (Button == 2) {
-        m_originX = kCentre;
-        m_originY = kCentre;
-        if (Shift == 0 && !Timer1.isActive()) {
-            trap(QStringLiteral("XYDrive_Mode Error"), [&] {
+    // The handler's one trap is the stage move's.
+    trapMove(QStringLiteral("XYDrive_Move"), [&] {
+        if (Button == 1 && !Timer1.isActive()) {
+            svc.XYDriveMove(roundCount(usrXYScroll->XValue()), roundCount(usrXYScroll->YValue()));
+            m_dX = m_dY = 0;
+        } else if (Button == 2) {
+            m_originX = kCentre;
+            m_originY = kCentre;
+            if (Shift == 0 && !Timer1.isActive()) {
                 m_keptMode = svc.XYDriveMode();
                 svc.setXYDriveMode(1);
                 m_dX = m_dY = 0;
                 Timer1.start();
                 btnSetting->hide();
-            });
-        } else {
-            Timer1.stop();
-            btnSetting->show();
-            trap(QStringLiteral("XYDrive_Mode Error"), [&] { svc.setXYDriveMode(m_keptMode); });
+            } else {
+                endDrag();
+            }
         }
-    }
+    });
     usrXYScroll->setEnabled(true);
+}
+
+// Ends the right-button drag as a second right press does: Timer1 off, both
+// Set buttons back, the stage's kept mode written back.
+void frmSubStage::endDrag()
+{
+    Timer1.stop();
+    btnSetting->show();
+    state().micService->setXYDriveMode(m_keptMode);
 }
 
 void frmSubStage::usrXYScroll_MouseMove(int16_t Button, int16_t, float X, float Y)
@@ -344,28 +360,26 @@ void frmSubStage::Timer1_Timer()
     }
     const double level = std::max(1.0, Common_Val(txtStep->Caption()));
     const clsDefXYControl& xy = s.mXY;
-    // The drive is never asked past its travel: the command stops at the end.
-    auto run = [&](double d, double from, int32_t step, int32_t lo, int32_t hi, bool x) {
+    // The target goes out as it is, also past the travel: the drive
+    // refuses it, and the refusal ends the drag.
+    auto run = [&](double d, double from, int32_t step, bool x) {
         if (d >= -10 && d <= 10)
             return;   // the dead zone of the axis
-        const int32_t target = std::clamp(roundCount(from - (d * step) / level), lo, hi);
-        if (target == roundCount(from))
-            return;
+        const int32_t target = roundCount(from - (d * step) / level);
         try {
             if (x)
                 s.micService->setXYDriveXPosition(target);
             else
                 s.micService->setXYDriveYPosition(target);
         } catch (const std::exception& e) {
-            Timer1.stop();
-            btnSetting->show();
             MsgBox::show(failureText(x ? QStringLiteral("XYDrive_XPosition")
                                                         : QStringLiteral("XYDrive_YPosition"), e));
+            trapMove(QStringLiteral("XYDrive_Move"), [&] { endDrag(); });
         }
     };
-    run(m_dX, usrXYScroll->XValue(), xy.XSTEP(), xy.XMIN(), xy.XMAX(), true);
+    run(m_dX, usrXYScroll->XValue(), xy.XSTEP(), true);
     if (Timer1.isActive())
-        run(m_dY, usrXYScroll->YValue(), xy.YSTEP(), xy.YMIN(), xy.YMAX(), false);
+        run(m_dY, usrXYScroll->YValue(), xy.YSTEP(), false);
 }
 
 // ---------------------------------------------------------------------------

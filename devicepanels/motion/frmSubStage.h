@@ -71,6 +71,7 @@ public:
     void moveX(double x);
     void moveY(double y);
     void Timer1_Timer();
+    void endDrag();
     void btnEscape_Click();
     void btnSetting_Latched(bool on);
     void BtnMemory_Click();

@@ -1,6 +1,7 @@
 #include "devicepanels/motion/frmSubZ.h"
 
 #include "devicepanels/motion/MotionPanelParts.h"
+#include "devicepanels/subpanel/MainPanelSide.h"
 #include "devicepanels/subpanel/PanelLook.h"
 #include "devicepanels/subpanel/SubPanels.h"
 #include "state/FormRegistry.h"
@@ -193,17 +194,14 @@ void frmSubZ::Get_Status()
         btnAFOrign->hide();
         btnReset->show();
         btnEscape->setPicture(imgEscape[s.mZ.Esc()]);
-        if (m == Mode::UpperLimit && !m_upperEntered) {
+        if (m == Mode::UpperLimit) {
+            // Each activation warns again and lifts the limit again.
             btnReset->hide();
             BtnMemory->show();
             MsgBox::show(QStringLiteral("Z upper limit was canceled. Please take care and set up."), MsgBox::OKOnly,
                          MsgBox::Exclamation);
             m_savedUpperLimit = svc.ZUpperLimit();
             svc.setZUpperLimit(kOpenUpperLimit);
-            m_upperEntered = true;
-        } else if (m == Mode::UpperLimit) {
-            btnReset->hide();
-            BtnMemory->show();
         }
         if (m == Mode::FocusSetting) {
             BtnMemory->show();
@@ -253,9 +251,11 @@ void frmSubZ::ZDriveValue_Set()
     try {
         usrZscroll->setPosition(s.mZ.Value());
         const QString text = s.mZ.Format_Count() + QStringLiteral(" um");
-        // The main panel's Zcmd twins are written by the dispatch itself.
         if (!m_focusing)
             txtSel->setCaption(text);
+        // An origin or a count clear changes the reading without a move, so
+        // no event would bring it to the main panel.
+        setBothTwins(mainPanelSide().Zcmd, text);
     } catch (const std::exception&) {
         MsgBox::show(QStringLiteral("Z FocusDrive_ZPosition Read Error"));
     }
@@ -279,8 +279,12 @@ QString frmSubZ::focusRowText(int16_t address, int32_t position) const
 
 void frmSubZ::focusRow(int16_t address)
 {
-    int32_t p = clsDefZControl::kNoFocusPosition;
-    state().mZ.FocusPos_Get(address, p);
+    // The drive keeps the positions: each row is read from it ("rOPR"), so
+    // that a place with nothing stored (-900000) reads "No Setting".
+    QString reply;
+    state().micService->SendCommand(QStringLiteral("rOPR") + QString::number(address), reply);
+    const int32_t p = roundCount(Common_Val(reply.right(8)));
+    state().mZ.FocusPos_Put(address, p);
     usrAdd->SetLabel(focusRowText(address, p), address);
 }
 
@@ -304,8 +308,8 @@ void frmSubZ::Step_Set()
     else if (rate >= 81 && rate <= 100) code = 6;
     else if (rate >= 101 && rate <= 150) code = 7;
     else if (rate >= 151 && rate <= 1000) code = 9;
-    // Rates between the rows (20.5) take 4, as every other rate outside them.
-    if (rate != std::floor(rate)) code = 4;
+    // A rate in a gap between the rows (20.5) keeps 4, as any rate outside
+    // them; a fractional rate inside a row (1.25, 2.5) takes that row's code.
     trap(QStringLiteral("ZDrive_Speed Set Error"), [&] { s.micService->setZDriveSpeed(code); });
 }
 

@@ -60,7 +60,7 @@ void frmSubLamp::Get_Status()
     trap(QStringLiteral("Lamp_Status Read Error"), [this] {
         MicroscopeService& svc = *state().micService;
         usrScroll->setEnabled(svc.IsMounted(DeviceIndex::Lamp) == 1);
-        if (!usrScroll->isEnabled())
+        if (!usrScroll->Enabled())
             return;
         usrScroll->setMin(svc.LowerLimit(LimitIndex::Lamp));
         usrScroll->setMax(svc.UpperLimit(LimitIndex::Lamp));

@@ -147,7 +147,7 @@ void StopPanel::Get_Status()
         MicroscopeService& svc = *state().micService;
         const int32_t word = svc.IsMounted(m_row.statusDevice);
         usrScroll->setEnabled(m_row.statusMustBeOne ? word == 1 : word != 0);
-        if (!usrScroll->isEnabled() && m_row.endsWhenDisabled)
+        if (!usrScroll->Enabled() && m_row.endsWhenDisabled)
             return;
         if (m_row.rangeIndex != 0) {
             usrScroll->setMin(svc.LowerLimit(m_row.rangeIndex));

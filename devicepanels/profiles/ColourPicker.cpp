@@ -15,7 +15,31 @@
 
 namespace {
 QPointer<ColourPicker> g_open;
+
+// The colour dialog's last answer for each part, for the run: the sample
+// patch of a picker shows it, as the frame's own patch kept it while the
+// frame was hidden.
+struct DialogAnswers {
+    bool given[3] = {false, false, false};
+    int32_t colour[3] = {0, 0, 0};
+};
+DialogAnswers& dialogAnswers() {
+    static DialogAnswers answers;
+    return answers;
 }
+
+void paintSample(QFrame* sample, ColourPicks::Part part) {
+    const DialogAnswers& a = dialogAnswers();
+    if (!a.given[part]) {
+        sample->setAutoFillBackground(false);
+        return;
+    }
+    QPalette p = sample->palette();
+    p.setColor(QPalette::Window, zentor::colorFromBgr(a.colour[part]));
+    sample->setPalette(p);
+    sample->setAutoFillBackground(true);
+}
+} // namespace
 
 ColourStrip::ColourStrip(QWidget* parent) : QWidget(parent) {
     setFocusPolicy(Qt::StrongFocus);
@@ -94,15 +118,17 @@ ColourPicker::ColourPicker(ColourPicks::Part part, usrPath_M* path, QWidget* own
     selColor->setCaption(QStringLiteral("Colour..."));
     selColor->setAccessibleName(QStringLiteral("Choose any colour"));
     selColor->setMinimumSize(100, 28);
-    btnWave = new usrButton(this);
-    btnWave->setCaption(QStringLiteral("Wavelength"));
-    btnWave->setAccessibleName(QStringLiteral("Back to the wavelength's colour"));
-    btnWave->setMinimumSize(100, 28);
+    sample = new QFrame(this);
+    sample->setObjectName(ex ? QStringLiteral("ExFColor") : QStringLiteral("BaFColor"));
+    sample->setAccessibleName(QStringLiteral("Colour last chosen in the dialog"));
+    sample->setFrameShape(QFrame::Box);
+    sample->setMinimumSize(40, 28);
+    paintSample(sample, part);
     row->addWidget(selColor);
-    row->addWidget(btnWave);
+    row->addWidget(sample);
+    row->addStretch(1);
     box->addLayout(row);
     setTabOrder(strip, selColor);
-    setTabOrder(selColor, btnWave);
 
     // The strip runs through the filter's wavelengths, when its text names them.
     MainState& s = mainState();
@@ -127,11 +153,9 @@ ColourPicker::ColourPicker(ColourPicks::Part part, usrPath_M* path, QWidget* own
         const int32_t initial = owner ? zentor::bgrFromColor(owner->palette().color(QPalette::Window)) : 0;
         close();
         const int32_t colour = Dialogs::Color_Dialog(owner, initial);
+        dialogAnswers().given[part] = true;
+        dialogAnswers().colour[part] = colour;
         if (path) ColourPicks::Pick(mainState(), path, part, colour);
-    });
-    connect(btnWave, &usrButton::Released, this, [this] {
-        if (m_path) ColourPicks::Clear(mainState(), m_path, m_part);
-        close();
     });
 }
 

@@ -3,9 +3,9 @@
 // for the excitation light, frmBaColor for the barrier side): a strip running
 // through the colours of the filter's wavelengths (ExPicture / BaPicture),
 // where a click takes the colour under the pointer; a button for any colour
-// through the colour dialog (selColor / selBaColor); and one that goes back
-// to the wavelength's own colour. A choice is drawn at once and kept for the
-// cube; the picker then closes.
+// through the colour dialog (selColor / selBaColor), beside the sample patch
+// that shows the dialog's last answer of the run. A choice is drawn at once
+// and kept for the cube; the picker then closes.
 #include "devicepanels/profiles/ColourPicks.h"
 
 #include <QFrame>
@@ -50,7 +50,7 @@ public:
     QLabel* caption = nullptr;
     ColourStrip* strip = nullptr;     // ExPicture / BaPicture
     usrButton* selColor = nullptr;    // selColor / selBaColor
-    usrButton* btnWave = nullptr;     // back to the wavelength's colour
+    QFrame* sample = nullptr;         // ExFColor / BaFColor: the dialog's last answer
 
 private:
     ColourPicker(ColourPicks::Part part, usrPath_M* path, QWidget* owner);

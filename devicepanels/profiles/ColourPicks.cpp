@@ -73,21 +73,4 @@ void Choose(MainState& s, usrPath_M* path, Part part, QWidget* owner, int32_t in
     Pick(s, path, part, Dialogs::Color_Dialog(owner, initial));
 }
 
-void Clear(MainState& s, usrPath_M* path, Part part) {
-    if (!Choosable(s, part)) return;
-    int16_t number = 0;
-    readingOf(s, part, number);
-    clsDefFillterCasette& c = FilterColor_Item(s.mFColor, number);
-    constexpr int32_t kWhite = 0xFFFFFF;
-    if (part == Excitation) {
-        c.setExColor(kWhite);
-        c.setE_SET(0);
-    } else {
-        c.setBaColor(kWhite);
-        c.setB_SET(0);
-    }
-    int32_t left = 0, right = 0;
-    Color_Set(s, path, part, left, right);
-}
-
 } // namespace ColourPicks

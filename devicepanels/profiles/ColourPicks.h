@@ -3,7 +3,7 @@
 // drawing: the excitation light (EX) and the light its barrier filter passes
 // (BA). Each is the colour of its wavelength unless the operator has chosen
 // one; the choices live in mFColor (FilterColor.txt) under the cube's
-// catalogue number, until the operator clears them.
+// catalogue number.
 #include "state/MainState.h"
 
 class QWidget;
@@ -31,9 +31,5 @@ void Choose(MainState& s, usrPath_M* path, Part part, QWidget* owner, int32_t in
 // Keeps `colour` as the operator's choice for the part of the mounted cube
 // and draws it: the strip's pick and the dialog's answer both end here.
 void Pick(MainState& s, usrPath_M* path, Part part, int32_t colour);
-
-// Forgets the operator's choice: the record goes back to white and not
-// chosen, and the drawing to the wavelength's colour.
-void Clear(MainState& s, usrPath_M* path, Part part);
 
 } // namespace ColourPicks

@@ -331,19 +331,10 @@ void frmProfile::Profile_Send(int t) {
         ObservationPositions p;
         R.Read_ObservationPosition(n, p.lamp, p.nd, p.fieldStop, p.condenser, p.apertureStop, p.filter,
                                    p.shutter, p.analyzer, p.objective, p.path, p.zoom);
-        // A method goes over whole or not at all: when the stand refuses the
-        // codes, the name it held before is put back.
-        const QString before = svc.ObservationName(n);
+        // The name goes first; when the stand then refuses the positions,
+        // the new name stays on the stand and the box tells the operator.
         svc.setObservationName(n, R.Name());
-        try {
-            svc.setObservationPosition(n, p);
-        } catch (...) {
-            try {
-                svc.setObservationName(n, before);
-            } catch (...) {
-            }
-            throw;
-        }
+        svc.setObservationPosition(n, p);
         const QString name = svc.ObservationName(n).trimmed();
         emit userNameRead(t, name.isEmpty() ? QStringLiteral("User") + QString::number(t) : name);
     } catch (const std::exception&) {
@@ -392,8 +383,11 @@ void frmProfile::Profile_FileWrite(const QString& path) {
     WaitCursor wait;
     try {
         QString error;
-        if (!WholeFile::write(path, Profile_FileText(m_items), &error))
+        bool whole = true;
+        if (!WholeFile::write(path, Profile_FileText(m_items, &whole), &error))
             throw RunTimeError(RunTimeError::PathNotFound, error);
+        if (!whole)
+            throw RunTimeError(RunTimeError::SubscriptOutOfRange, QStringLiteral("fewer than six methods"));
     } catch (const std::exception&) {
         MsgBox::show(QStringLiteral("File Save Error"));
     }

@@ -41,7 +41,9 @@ PanelLabel* valueLabel(QWidget* parent, const QString& name, const QString& acce
     l->setFont(f);
     l->setMinimumWidth(zentor::twipsToPixels(1300));
     l->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    l->setAccessibleName(accessibleName);
+    // Read as the name and the value shown ("Lamp voltage 4.5 V"), as the
+    // main panel's readings are.
+    l->setAccessiblePrefix(accessibleName);
     return l;
 }
 

@@ -1,5 +1,7 @@
 #include "devicepanels/subpanel/SubPanel.h"
 
+#include "core/service/ReadBatch.h"
+
 #include "devicepanels/subpanel/SubPanels.h"
 #include "state/FormRegistry.h"
 #include "state/MsgBox.h"
@@ -46,7 +48,7 @@ SubPanel::~SubPanel()
 
 void SubPanel::fillOnOpening()
 {
-    Get_Status();
+    readStatus();
     // Counted from the end of the read: a box it raised has been answered.
     m_openedAt.start();
 }
@@ -140,6 +142,12 @@ usrButton* SubPanel::makeCloseButton()
     return b;
 }
 
+void SubPanel::readStatus()
+{
+    const ReadBatch reads(mainState().micService);
+    Get_Status();
+}
+
 void SubPanel::unload()
 {
     if (m_unloading)
@@ -179,7 +187,7 @@ bool SubPanel::event(QEvent* e)
         if (m_inDialog)
             m_inDialog = false;
         else if (!followsOpening)
-            Get_Status();
+            readStatus();
     }
     return QWidget::event(e);
 }

@@ -44,6 +44,9 @@ public:
 
     // Reads everything from the service and fills the widgets.
     Q_INVOKABLE virtual void Get_Status() = 0;
+    // Get_Status with its reads as one group, which the service may answer
+    // from one picture of the stand (every activation reads this way).
+    void readStatus();
     // The panel has just been shown: it is read now, whether or not the
     // window system activates it; the activation that follows the opening
     // (if any) does not read it a second time.

@@ -6,7 +6,12 @@ Lists the microscopes, opens one, reads the nosepiece, moves it to another
 address while printing the events the stand sends, and reads it back.
 
     python3 microscope.py [INDEX]
+
+The service is looked for on the session bus, or on the bus of the D-Bus
+address in ZENTOR_BUS_ADDRESS: another computer's session bus through ssh
+(docs/remote.md).
 """
+import os
 import sys
 
 import dbus
@@ -21,7 +26,8 @@ DEVICE = "org.zentor.Microscope.Device"
 def main():
     index = int(sys.argv[1]) if len(sys.argv) > 1 else 0
     DBusGMainLoop(set_as_default=True)
-    bus = dbus.SessionBus()
+    address = os.environ.get("ZENTOR_BUS_ADDRESS")
+    bus = dbus.bus.BusConnection(address) if address else dbus.SessionBus()
 
     manager = dbus.Interface(bus.get_object(SERVICE, "/org/zentor/Microscope"), MANAGER)
     for i, name in enumerate(manager.GetDeviceNames()):

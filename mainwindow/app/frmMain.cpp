@@ -1,5 +1,7 @@
 #include "mainwindow/app/frmMain.h"
 
+#include "core/service/ReadBatch.h"
+
 #include "state/DeviceTables.h"
 #include "devicepanels/fiber/mdlFiber.h"
 #include "state/FormRegistry.h"
@@ -9,6 +11,7 @@
 #include "state/UiHelpers.h"
 #include "core/base/VbConvert.h"
 #include "core/base/mdlCommon.h"
+#include "core/service/dbus/BusLayout.h"
 #include "state/mdlReadStatus.h"
 #include "core/settings/SettingsPaths.h"
 #include "mainwindow/app/SelScopeDlg.h"
@@ -21,9 +24,11 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QPushButton>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSettings>
+#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -162,6 +167,8 @@ void frmMain::Form_Load() {
         m_selScope->List1->clear();
         ui->lstMic->clear();
 
+        // The list and whether each entry can be opened, read together.
+        ReadBatch listReads(s.micService);
         const QStringList names = s.micService->GetDeviceNames();
         RequestedMic = -1;
         CompactRequest = -1;
@@ -174,6 +181,7 @@ void frmMain::Form_Load() {
             const QSignalBlocker block(ui->lstMic);
             fillMicList(names, m_selScope->List1);
         }
+        listReads.end();
 
         SelectedMic = decideSelectedMic(ui->lstMic->count(), RequestedMic);
         if (SelectedMic == NeedsDialog)
@@ -199,6 +207,16 @@ void frmMain::Form_Load() {
         ui->usrMainPath->setScopeType(0);
         ui->usrMainPath->setPathState(0);
         ui->usrMainPath->setLampState(0);
+    } catch (const RunTimeError& e) {
+        // A service of an interface version this panel cannot use says so in
+        // a sentence naming both versions, and the panel closes after it:
+        // there is nothing it could drive there.
+        if (e.number() == ZentorBus::IncompatibleService) {
+            MsgBox::show(e.description(), MsgBox::OKOnly, MsgBox::Critical);
+            SelectedMic = -3;
+        } else {
+            MsgBox::show(QStringLiteral("Get Device_Name Error"));
+        }
     } catch (const std::exception&) {
         MsgBox::show(QStringLiteral("Get Device_Name Error"));
     }
@@ -230,6 +248,7 @@ void frmMain::showEvent(QShowEvent* e) {
 void frmMain::Form_Activate() {
     if (!FirstActivate || m_unloaded)
         return;
+    m_topLoopLevel = QThread::currentThread()->loopLevel();
     if (CompactRequest == 1 || OpenMode == 2) {
         ui->PanelMode = 2;
         ui->frmSub->show();
@@ -289,12 +308,14 @@ void frmMain::fillMicList(const QStringList& names, QListWidget* dialogList) {
     MainState& s = mainState();
     const QVector<MicroscopeEntry> entries = buildMicroscopeList(
         names, RequestedMic, [&](int16_t index) { return s.micService->IsDeviceAvailable(index) != 0; });
+    const QString computer = ServiceSource::computer();
     for (const MicroscopeEntry& e : entries) {
-        auto* it = new QListWidgetItem(e.text);
+        const QString text = shownName(e.text, computer);
+        auto* it = new QListWidgetItem(text);
         it->setData(Qt::UserRole, int(e.itemData));
         ui->lstMic->addItem(it);
         if (dialogList && RequestedMic != 46)
-            dialogList->addItem(e.text);
+            dialogList->addItem(text);
     }
 }
 
@@ -330,10 +351,14 @@ void frmMain::btnOpen_Click() {
     setEnabled(false);
     OpenInProgress = true;
     try {
-        s.micService->Connect(currentItemData());
-        s.MicConnected = true;
-        Init();
-        ObservationStartup();
+        {
+            // Everything opening reads, answered together where the service can.
+            const ReadBatch reads(s.micService);
+            s.micService->Connect(currentItemData());
+            s.MicConnected = true;
+            Init();
+            ObservationStartup();
+        }
         OpenInProgress = false;
         ui->btnOpen->setEnabled(false);
         ui->btnClose->setEnabled(true);
@@ -378,6 +403,13 @@ void frmMain::closeOnSignal() {
     MsgBox::setUnattended(true);
     MsgBox::dismissOpen();
     close();
+}
+
+void frmMain::answerStartupDialogsUnattended() {
+    MsgBox::setUnattended(true);
+    MsgBox::dismissOpen();
+    if (g_instance && g_instance->m_selScope && g_instance->m_selScope->isVisible())
+        g_instance->m_selScope->btnCancel->click();
 }
 
 void frmMain::closeEvent(QCloseEvent* e) {
@@ -439,7 +471,8 @@ void frmMain::Form_Unload() {
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Height"), QString::number(zentor::pixelsToTwips(height())));
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Width"), QString::number(zentor::pixelsToTwips(width())));
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Menu"), QString::number(ui->frmMenu->Width()));
-    OpenMode = ui->PanelMode == 2 ? 2 : 1;
+    // The start-up look is the operator's setting as read, not the look of
+    // this run: a start with /C or a switch of looks does not change it.
     s.INI.Ini_Write(kFormPosition, QStringLiteral("Open"), QString::number(OpenMode));
 
     // Written on every unload. A run that never opened a microscope writes
@@ -555,6 +588,8 @@ void frmMain::CheckServer() {
         return;
     bool alive = false;
     try {
+        // One question to the service answers all four units.
+        const ReadBatch reads(services.MicHold.get());
         for (int16_t unit : {UnitIndex::Q7s, UnitIndex::HBX_A, UnitIndex::HBX_B, UnitIndex::E_LM_K})
             if (services.MicHold->DeviceStatus(unit) == 1)
                 alive = true;
@@ -578,12 +613,14 @@ void frmMain::btnStatus_Read() {
     MainState& s = mainState();
     try {
         const int remembered = ui->lstMic->currentRow();
+        ReadBatch listReads(s.micService);
         const QStringList names = s.micService->GetDeviceNames();
         QSignalBlocker block(ui->lstMic);
         ui->lstMic->clear();
         if (names.size() <= 1)
             MsgBox::show(QStringLiteral("No Microscope is detected\r\nPlease restart this application or your machine."));
         fillMicList(names, nullptr);
+        listReads.end();
         ui->lstMic->setCurrentRow(-1);
         // No entry was selected: none is selected now, and nothing reopens.
         if (remembered == -1)

@@ -39,12 +39,21 @@ public:
     // for an answer nobody will give (those up are dismissed, later ones go
     // to the standard error).
     void closeOnSignal();
+    // The same while the window is still being made: the boxes and the
+    // microscope chooser up now are let go (the chooser as its Cancel), and
+    // later boxes go to the standard error; the maker then closes the window.
+    static void answerStartupDialogsUnattended();
 
     void lstMic_Click();
     void btnOpen_Click();
     void btnClose_Click();
     void btnStatus_Read();
     void CheckServer();
+    // The link to another computer's bus dropped (BusLink::lost): the
+    // service there is as good as dead, so the liveness check runs now, as
+    // at the next activation, once no call and no box waits on the stack
+    // (frmMainLinkLoss.cpp).
+    void serviceLinkLost();
     void Init();
     // The observation start-up after Init: link settings, control limits,
     // custom values, stored stage offsets, and the present device values.
@@ -123,7 +132,6 @@ private:
     void dispatch(const QString& name, const QString& value, int16_t& Step);
     void showObjective(int16_t a);
     void showFilter(int16_t a, bool statusRead);
-    void markObservation();
     void setFrames(PanelFrame* const frames[2], bool visible);
     // Asks whether a device is mounted and shows or hides its two frames; a
     // device that is gone unloads its sub-panel. Answers whether it is mounted.
@@ -145,6 +153,7 @@ private:
     void readLinkSettings();
     int16_t currentItemData() const;
     void fillMicList(const QStringList& names, QListWidget* dialogList);
+    void checkAfterLinkLoss();
 
     QStringList m_args;
     SelScopeDlg* m_selScope = nullptr;
@@ -157,4 +166,7 @@ private:
     bool m_activatePending = false;
     QPoint m_framePos;      // where the frame is to stand at start, pixels
     int m_placing = 0;      // corrections of the frame's place still allowed (only at start)
+    int m_topLoopLevel = -1;  // the event loop's nesting where the window's own events run
+    bool m_linkLost = false;
+    QMetaObject::Connection m_idleCheck;
 };

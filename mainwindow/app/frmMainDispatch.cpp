@@ -233,7 +233,9 @@ void frmMain::dispatch(const QString& name, const QString& v, int16_t& Step) {
         if (s.ObservationNow == 0)
             s.ObservationNow = s.micService->PresetsObservationMode();
         ObservationIndex = s.ObservationNow;
-        markObservation();
+        // The same steps as the status read: what is lit depends on the
+        // units and on whether objective and condenser are fitted.
+        ui->ShowObservation();
         break;
     }
     case 19: // focus escape
@@ -308,27 +310,4 @@ void frmMain::BaColor_Set() { cubeColour_Set(false); }
 void frmMain::cubeColour_Set(bool excitation) {
     ColourPicks::Color_Set(mainState(), ui->usrMainPath, excitation ? ColourPicks::Excitation : ColourPicks::Barrier,
                            excitation ? ExLeftColor : BaLeftColor, excitation ? ExRightColor : BaRightColor);
-}
-
-// Marks the active observation where the system's hardware offers it; any
-// other mode leaves every entry unmarked.
-void frmMain::markObservation() {
-    MainState& s = mainState();
-    ui->ClearObservationMarks();
-    const int16_t mode = s.ObservationNow;
-    bool marked = false;
-    if (mode >= 7 && mode <= 12) {
-        ui->SetUserSelected(mode - 6);
-        marked = true;
-    } else if (mode == 1) {
-        marked = s.MicUnit[7] != 0 || s.MicUnit[1] != 0;
-    } else if (mode == 4) {
-        marked = s.MicUnit[7] != 0 || (s.MicUnit[3] == 1 && s.MicUnit[1] == 1);
-    } else if (mode >= 2 && mode <= 6) {
-        marked = s.MicUnit[3] == 1 && s.MicUnit[1] == 1;
-    }
-    if (marked && mode >= 1 && mode <= 6)
-        ui->SetObserveSelected(mode);
-    if (marked)
-        ui->ObservationShown = mode;
 }

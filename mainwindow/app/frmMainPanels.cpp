@@ -44,17 +44,18 @@ void frmMain::attachDevicePanels() {
     for (int i = 0; i < 2; ++i) {
         side.HBXField[i] = ui->HBXField[i];
         side.LampCmd[i] = ui->LampCmd[i];
+        side.Zcmd[i] = ui->Zcmd[i];
+        side.Xcmd[i] = ui->Xcmd[i];
+        side.Ycmd[i] = ui->Ycmd[i];
     }
     side.ZoomLink = ui->ZoomLink;
     connect(ui->ZoomLink, &PanelCheck::Click, this, [this] { frmSubZoom::ZoomLink_Click(ui->ZoomLink->Value()); });
     connect(ui->zoomScale, &ZoomScale::ZoomPicked, this, [this](double zoom) { zoomFromScale(zoom, ui->ZoomLink); });
     registerMotionPanels(this);
-    // The game pad: Timer1 runs only while one is plugged in, and the
-    // control pad frame is usable only then.
+    // The game pad: Timer1 runs only while one is plugged in. The control
+    // pad of the Setting section answers with or without one.
     auto* joystick = new JoystickControl(this);
     joystick->setObjectName(QStringLiteral("joystick"));
-    ui->frmControlPad->setEnabled(joystick->present());
-    connect(joystick, &JoystickControl::presenceChanged, ui->frmControlPad, &QWidget::setEnabled);
     // The Setting menu opens the focus panel in its two setting modes and
     // the stage panel in its one.
     connect(ui, &MainPanel::SetupClicked, this, [](int16_t entry) {

@@ -67,7 +67,9 @@ void frmMain::ObservationStartup() {
                 s.mXY.setYOffset(a, vb::toInt32(Common_Val(reply.mid(8, 7))));
             }
         } catch (const std::exception&) {
-            MsgBox::show(QStringLiteral("XYDrive_Offset Read Error"));
+            // A failed read of the stage's stored positions is a stage
+            // position read, and says so.
+            MsgBox::show(QStringLiteral("XY_Position Read Error"));
         }
     }
 
@@ -124,7 +126,7 @@ void frmMain::showPresentValues() {
             show("AppXYDriveYPosition", QString::number(svc.XYDriveYPosition()));
         }
         // The observation read at opening lights an entry by the objective and
-        // condenser set-ups as well as the units (the event's rule is plainer).
+        // condenser set-ups as well as the units, as the event does.
         current = QStringLiteral("AppPresetsObservationMode");
         s.ObservationNow = svc.PresetsObservationMode();
         ObservationIndex = s.ObservationNow;

@@ -63,25 +63,6 @@ MainPanel::MainPanel(QWidget* parent) : QWidget(parent)
     wire();
     setUpKeyboardAndNames();
     captureColumns();
-    // Labels the dispatch leaves empty where the drawing already tells the
-    // state: a dim hint says it in words (the analyzer of the large panel,
-    // the lamp that is off). Only while a microscope is open.
-    AnaCmd[0]->setHint([this] {
-        if (!mainState().MicConnected)
-            return QString();
-        return usrMainPath->AnalyzerIn() ? QStringLiteral("IN") : QStringLiteral("OUT");
-    });
-    for (PanelLabel* l : LampCmd)
-        l->setHint([this] {
-            return mainState().MicConnected && usrMainPath->LampState() == 0 ? QStringLiteral("Off")
-                                                                             : QString();
-        });
-    ShutterCmd[0]->setHint([this] {
-        if (!mainState().MicConnected)
-            return QString();
-        return usrMainPath->ShutterOpen() ? QStringLiteral("OPEN") : QStringLiteral("CLOSE");
-    });
-    usrMainPath->installEventFilter(this);
     // The shutter's caption stays under its button wherever Init puts it.
     frmShutter[0]->installEventFilter(this);
     placeShutterCaption();
@@ -192,6 +173,9 @@ void MainPanel::wire()
     connect(usrMainPath, &usrPath_M::ColorPicked, this,
             [this](int16_t f, int16_t b) { usrMainPath_ColorPicked(f, b); });
     connect(btnProfile, &usrButton::Released, this, [this] { btnProfile_Click(); });
+    for (usrButton* b : btnAna)
+        connect(b, &usrButton::Released, this, [this](int16_t i) { btnAna_Released(i); });
+    connect(btnShutter, &usrButton::Released, this, [this] { btnShutter_Released(); });
     connect(btnEX, &usrButton::Released, this, [this] { usrMainPath_ColorPicked(1, 1); });
     connect(btnBa, &usrButton::Released, this, [this] { usrMainPath_ColorPicked(2, 1); });
 
@@ -215,15 +199,6 @@ bool MainPanel::eventFilter(QObject* watched, QEvent* event)
         if (inColumn)
             relayoutFrames();
     }
-    // The hints beside the drawing follow it: whenever it is drawn anew, a
-    // label whose hint now reads differently paints again. Only a changed
-    // hint may ask for a paint: the labels lie over the drawing, so an
-    // unconditional repaint here would draw the drawing again, and so on
-    // for ever.
-    if (event->type() == QEvent::Paint && watched == usrMainPath) {
-        for (PanelLabel* l : {AnaCmd[0], ShutterCmd[0], LampCmd[0], LampCmd[1]})
-            l->refreshHint();
-    }
     // Hover of the menu entries and of the control pad: a colour change only.
     if (event->type() == QEvent::Enter || event->type() == QEvent::Leave) {
         const bool in = event->type() == QEvent::Enter;
@@ -235,7 +210,7 @@ bool MainPanel::eventFilter(QObject* watched, QEvent* event)
             }
         }
         for (PanelLabel* l : {btnLED[0], btnLED[1], btnLED[2], btnEnable}) {
-            if (watched == l)
+            if (watched == l && l->isEnabled())
                 l->setForeColor(in ? kHoverText : kText);
         }
     }

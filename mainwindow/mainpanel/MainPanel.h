@@ -234,6 +234,10 @@ public:
     void downFilter_Click();
     void downCon_Click();
     void txtAdd_AddressPicked(int16_t Address);
+    // The one-shot toggles (MainPanelToggles.cpp): the analyzer in or out,
+    // the epi shutter open or closed, the opposite of where the stand is.
+    void btnAna_Released(int16_t Index);
+    void btnShutter_Released();
     // Hides picSelect, picSelect2 and the objective's link box.
     void CloseSelectors();
     // The light path diagram was pressed: selectors close, the active
@@ -255,8 +259,8 @@ public:
     void labObserveU_Click(int16_t Index);
     // Opens the profile editor (MainPanelProfiles.cpp).
     void btnProfile_Click();
-    // A filter's colour area on the drawing, or its EX / BA button: left
-    // opens the colour picker, right goes back to the wavelength's colour.
+    // A filter's colour area on the drawing, or its EX / BA button: the left
+    // button opens the colour picker; any other does nothing.
     void usrMainPath_ColorPicked(int16_t Filter, int16_t Button);
     void btnObserve_MouseMove(int16_t Index);
     void labObserveU_MouseMove(int16_t Index);

@@ -148,9 +148,9 @@ void MainPanel::labObserveU_Click(int16_t Index)
             MsgBox::show(QStringLiteral("ObservationMethod_Change Error"));
             return;
         }
+        // The seventh entry stands for the last user method chosen; it has
+        // no caption of its own.
         labObserve[7]->setTag(QString::number(Index + 6));
-        // The seventh entry stands for the last user method chosen.
-        labObserve[7]->setCaption(labObserveU[Index]->Caption().trimmed());
         for (int i = 1; i <= 6; ++i)
             SetObserveNormal(int16_t(i));
         st.ObservationNow = int16_t(Index + 6);

@@ -27,9 +27,9 @@ void MainPanel::btnProfile_Click()
 
 void MainPanel::usrMainPath_ColorPicked(int16_t Filter, int16_t Button)
 {
+    // Only a click of the left button opens the picker; there is no way
+    // back to the wavelength's colour once one is chosen.
     const auto part = Filter == 1 ? ColourPicks::Excitation : ColourPicks::Barrier;
     if (Button == 1)
         ColourPicker::open(part, usrMainPath, Filter == 1 ? btnEX : btnBa);
-    else if (Button == 2)
-        ColourPicks::Clear(mainState(), usrMainPath, part);
 }

@@ -18,4 +18,12 @@ public:
 protected:
     // A one-shot button of the panels' look.
     usrButton* button(const char* name, const QString& caption, const QString& accessibleName);
+    // On its first showing the window takes at least the size its controls
+    // need, no more than the screen gives, and stands centred over its owner
+    // inside the screen.
+    void showEvent(QShowEvent* e) override;
+
+private:
+    void fitAndPlace();
+    bool m_placed = false;
 };

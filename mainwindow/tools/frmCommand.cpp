@@ -15,11 +15,6 @@
 
 namespace {
 
-QStringList& history() {
-    static QStringList sent;
-    return sent;
-}
-
 // The console's face: a fixed-pitch font on a near-black field, as the
 // controller's own terminal shows its lines.
 void terminalLook(QWidget* w) {
@@ -38,7 +33,7 @@ frmCommand::frmCommand(QWidget* owner) : ToolWindow(QStringLiteral("frmCommand")
     txtSend = new QLineEdit(this);
     txtSend->setObjectName(QStringLiteral("txtSend"));
     txtSend->setAccessibleName(QStringLiteral("Raw command to send"));
-    txtSend->setPlaceholderText(QStringLiteral("command, Enter sends; Up/Down: earlier commands"));
+    txtSend->setPlaceholderText(QStringLiteral("command, Enter sends"));
     terminalLook(txtSend);
     txtSend->installEventFilter(this);
     Label2 = panelLook::caption(this, QStringLiteral("Reply Command"));
@@ -75,16 +70,11 @@ frmCommand::frmCommand(QWidget* owner) : ToolWindow(QStringLiteral("frmCommand")
     connect(btnClose, &usrButton::Released, this, [this] { unload(); });
 }
 
-const QStringList& frmCommand::History() { return history(); }
-
 void frmCommand::btnSend_Released() {
     const MainState& s = mainState();
     if (!s.MicConnected || !s.micService)
         return;
     const QString command = txtSend->text();
-    if (!command.isEmpty() && (history().isEmpty() || history().last() != command))
-        history().append(command);
-    m_recall = -1;
     QString reply;
     try {
         WaitCursor wait;
@@ -97,27 +87,6 @@ void frmCommand::btnSend_Released() {
     txtSend->selectAll();
 }
 
-void frmCommand::recall(int step) {
-    const QStringList& sent = history();
-    if (sent.isEmpty())
-        return;
-    if (m_recall == -1) {
-        if (step > 0)
-            return;   // already at the new line
-        m_draft = txtSend->text();
-        m_recall = int(sent.size());
-    }
-    m_recall += step;
-    if (m_recall < 0)
-        m_recall = 0;
-    if (m_recall >= sent.size()) {
-        m_recall = -1;
-        txtSend->setText(m_draft);
-        return;
-    }
-    txtSend->setText(sent.at(m_recall));
-}
-
 bool frmCommand::eventFilter(QObject* watched, QEvent* event) {
     if (watched == txtSend && event->type() == QEvent::KeyPress) {
         auto* k = static_cast<QKeyEvent*>(event);
@@ -125,12 +94,6 @@ bool frmCommand::eventFilter(QObject* watched, QEvent* event) {
         case Qt::Key_Return:
         case Qt::Key_Enter:
             btnSend_Released();
-            return true;
-        case Qt::Key_Up:
-            recall(-1);
-            return true;
-        case Qt::Key_Down:
-            recall(+1);
             return true;
         default:
             break;

@@ -34,19 +34,18 @@ void frmEvent::cmdN_Click() { unload(); }
 void frmEvent::cmdY_Click() {
     const MainState& s = mainState();
     const QString path = EventLogExport::FilePath();
-    QString why;
     bool written = false;
     try {
         WaitCursor wait;
         const QByteArray text = EventLogExport::Read(s.MicConnected ? s.micService : nullptr);
-        written = EventLogExport::WriteFile(text, path, &why);
+        written = EventLogExport::WriteFile(text, path, nullptr);
     } catch (const std::exception&) {
-        MsgBox::show(QStringLiteral("Dievice_EventLog Catch Error"));
-        return;
+        written = false;
     }
     if (!written) {
-        // The old file, if any, is left as it was; the operator learns why.
-        MsgBox::show(QStringLiteral("Dievice_EventLog Catch Error\r\n") + path + QStringLiteral(": ") + why);
+        // Any failure, a file that cannot be written included, gives the
+        // export's one message; the old file, if any, stays as it was.
+        MsgBox::show(QStringLiteral("Dievice_EventLog Catch Error"));
         return;
     }
     MsgBox::show(QStringLiteral("Save file :  ") + path, MsgBox::OKOnly, MsgBox::NoIcon, QStringLiteral("Event Log"));

@@ -86,10 +86,11 @@ void frmVersion2::Form_Load() {
     };
     const MainState& s = mainState();
     MicroscopeService* svc = s.MicConnected ? s.micService : nullptr;
-    bool hubShown = false;
     try {
+        // Row by row: a unit present shows its caption and its version, one
+        // absent hides its caption only. The hubs share one line, so the
+        // last hub row decides whether its caption shows.
         for (const Line& l : lines) {
-            const bool hub = l.label == labHBX;
             const bool present = svc && svc->DeviceStatus(l.unit) == 1;
             if (present) {
                 if (l.captionText)
@@ -98,12 +99,8 @@ void frmVersion2::Form_Load() {
                 if (l.afterColon)
                     text = QStringLiteral("V") + text.mid(text.indexOf(QLatin1Char(':')) + 1);
                 l.value->setCaption(text);
-                hubShown = hubShown || hub;
             }
-            // The hubs share one line: it stays while any of them is present.
-            const bool shown = hub ? hubShown : present;
-            l.label->setVisible(shown);
-            l.value->setVisible(shown);
+            l.label->setVisible(present);
         }
     } catch (const std::exception&) {
         MsgBox::show(QStringLiteral("Read Version Error"));

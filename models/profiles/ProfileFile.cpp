@@ -53,9 +53,16 @@ const clsDefProfile& Profile_Item(const ProfileList& items, int t) {
 
 ProfileList Profile_Init() { return ProfileList(6); }
 
-QByteArray Profile_FileText(const ProfileList& items) {
+QByteArray Profile_FileText(const ProfileList& items, bool* whole) {
     QString text;
+    if (whole) *whole = items.size() >= 6;
     for (int t = 1; t <= 6; ++t) {
+        // The save writes the record lines one by one and fails at the first
+        // record missing: what stands before it is what the file keeps.
+        if (t > items.size()) {
+            if (!whole) Profile_Item(items, t);
+            return text.toLatin1();
+        }
         const clsDefProfile& r = Profile_Item(items, t);
         const QList<qint64> numbers = {r.OBSERVATION(), r.Obj_ADDRESS(), r.Filter_ADDRESS(), r.Cond_ADDRESS(),
                                        r.AStop(), r.FStop(), r.ND(), r.ZOOM(), r.LAMP(), r.ANALYZER(),

@@ -24,10 +24,11 @@ const clsDefProfile& Profile_Item(const ProfileList& items, int t);
 // Six new records (Profile_Init).
 ProfileList Profile_Init();
 
-// The whole text of a file for `items`, records 1 to 6. Throws
-// RunTimeError(SubscriptOutOfRange) when the collection holds fewer than six,
-// before anything is written.
-QByteArray Profile_FileText(const ProfileList& items);
+// The text a save writes for `items`, records 1 to 6. With fewer than six
+// records the save fails at the first one missing, after the record lines
+// before it: given `whole`, the answer is those lines and *whole is false;
+// without it, a short collection throws RunTimeError(SubscriptOutOfRange).
+QByteArray Profile_FileText(const ProfileList& items, bool* whole = nullptr);
 
 struct ProfileFileReading {
     ProfileList items;            // in file order, whatever their tab number says

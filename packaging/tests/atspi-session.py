@@ -2,8 +2,9 @@
 """A user's session through assistive technology (AT-SPI, as a screen reader
 sees it): find the Zentor window, read the current objective, choose another
 through the selector, wait for the reading to follow, open and close the
-aperture stop panel, close the window. Controls are found by role and name,
-never by position.
+aperture stop panel, then open every device panel the stand has and read the
+value it shows, close the window. Controls are found by role and name, never
+by position.
 
 Usage: atspi-session.py ZENTOR_EXE   (on a session bus with an AT-SPI bus,
 under an X server; the panel runs with ZENTOR_PRINT_CAPTION=1)."""
@@ -100,6 +101,54 @@ def application():
 BUTTONS = (pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON)
 TEXTS = (pyatspi.ROLE_LABEL, pyatspi.ROLE_STATIC, pyatspi.ROLE_TEXT)
 
+# The button of each device panel on the main window, the name its reading
+# carries before the value, and the button of the panel that gives the device
+# a value to read first (a dark lamp shows none).
+DEVICE_READINGS = (
+    ("Aperture stop panel", "Aperture Stop"),
+    ("DIA field stop panel", "DIA Field Stop"),
+    ("EPI field stop panel", "EPI Field Stop"),
+    ("ND filter panel", "ND Filter"),
+    ("Lamp panel", "Lamp voltage", "Switch the lamp on or off"),
+    ("Zoom panel", "Zoom magnification"),
+    ("Objective panel", "Objective in place"),
+    ("Filter cube panel", "Filter Cube in place"),
+    ("Condenser panel", "Condenser in place"),
+    ("Light path panel", "Light path in use"),
+    ("Z focus panel", "Focus position"),
+    ("XY stage panel", "Stage X position"),
+    ("Fiber illumination panel", "Fiber ND filter"),
+)
+
+
+def reading_in_panels(app, main_window, reading):
+    """(panel window, label) of a reading that shows a value, in any window
+    of the program but the main one."""
+    for i in range(app.childCount):
+        w = app.getChildAtIndex(i)
+        if w is None or w.getRole() not in WINDOWS or not showing(w) or w.name == main_window.name:
+            continue
+        label = find(w, TEXTS, lambda n: n.startswith(reading + " ") and n[len(reading):].strip() != "")
+        if label is not None:
+            return (w, label)
+    return None
+
+
+def other_window(app, main_window):
+    """A showing window of the program other than the main one."""
+    for i in range(app.childCount):
+        w = app.getChildAtIndex(i)
+        if w is not None and w.getRole() in WINDOWS and showing(w) and w.name != main_window.name:
+            return w
+    return None
+
+
+def closed(app, name):
+    try:
+        return top_window(app, name) is None
+    except Exception:  # its object went away while we looked: gone
+        return True
+
 
 def main():
     exe = sys.argv[1]
@@ -162,6 +211,25 @@ def main():
                 print("still there: %s \"%s\" %s" % (w.getRoleName(), w.name, w.getState().getStates()), file=sys.stderr)
             fail("the panel did not close")
         print("panel closed")
+
+        # Every device panel: its reading is named and carries the value.
+        for button_name, reading, *first in DEVICE_READINGS:
+            button = find(window, BUTTONS, lambda n: n == button_name)
+            if button is None:
+                print("no %s on this stand" % button_name)
+                continue
+            press(button)
+            what = "reading \"%s\" with a value" % reading
+            found = wait_for(what, lambda: reading_in_panels(app, window, reading), timeout=5, fatal=not first)
+            if found is None:
+                sub = wait_for("panel of " + button_name, lambda: other_window(app, window))
+                press(wait_for(first[0], lambda: find(sub, BUTTONS, lambda n: n == first[0])))
+                found = wait_for(what, lambda: reading_in_panels(app, window, reading))
+            sub, label = found
+            print("%s: %s" % (sub.name, label.name))
+            press(wait_for("close button of " + sub.name,
+                           lambda: find(sub, BUTTONS, lambda n: n.startswith("Close"))))
+            wait_for(sub.name + " to close", lambda: closed(app, sub.name), fatal=False)
     finally:
         # Closing the window in order: SIGTERM, as the session ends it.
         if panel.poll() is None:

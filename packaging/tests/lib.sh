@@ -70,7 +70,7 @@ check_tree() {
     || fail "the metainfo's latest release is not $version"
   grep -q '<screenshot type="default">' "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" \
     || fail "the metainfo shows no screenshot"
-  for page in zentor zentor-service; do
+  for page in zentor zentor-service zentor-conformance; do
     gzip -dc "$root$prefix/share/man/man1/$page.1.gz" | grep -qF "\"Zentor $version\"" \
       || fail "man page $page.1.gz does not carry $version"
     MANWIDTH=80 man -l "$root$prefix/share/man/man1/$page.1.gz" >/dev/null 2>&1 || fail "man cannot format $page.1.gz"

@@ -2,16 +2,19 @@
 // One motor of the stand: drives a value towards a target as a stepper
 // controller does, accelerating at a set rate up to a set speed, cruising,
 // and braking into the target (a short move never reaches full speed). With
-// an instant clock it arrives at once; otherwise a timer on the owning thread
-// advances it. A streaming axis (focus, stage) reports its position at a
-// steady rate while it runs, as the stand's controller does, and always its
-// final position. A stalled motor does not move and fails with the time-out
+// an instant clock it arrives at once. Otherwise its position is worked out
+// from the time since the move began whenever it is asked for, and the
+// thread wakes only when the motor has something to do: a streaming axis
+// (focus, stage) reports its position at a steady rate while it runs, as the
+// stand's controller does, and always its final position; every move ends
+// at its time. A stalled motor does not move and fails with the time-out
 // code after the stand's time-out. A move can be stopped where it is.
-#include <QElapsedTimer>
 #include <QObject>
-#include <QTimer>
 #include <cstdint>
 #include <functional>
+#include <memory>
+
+class MotorWakeUps;
 
 class MotorAxis : public QObject {
     Q_OBJECT
@@ -19,7 +22,6 @@ public:
     using Finish = std::function<void(int32_t error)>;
     // Seconds of simulated time a stalled move waits before it gives up.
     static constexpr double kStallTimeOutSeconds = 5.0;
-    static constexpr int kTickMs = 5;
     // A streaming axis reports its position every this many real
     // milliseconds while it runs: 25 reports a second.
     static constexpr int kReportMs = 40;
@@ -29,8 +31,10 @@ public:
     // `speedFactor` points at the stand's speed factor (0 instant).
     MotorAxis(double value, double unitsPerSecond, bool streams, const double* speedFactor,
               QObject* parent = nullptr);
+    ~MotorAxis() override;
 
-    double value() const { return m_value; }
+    // Where the motor is now (mid-move: where the time since it began puts it).
+    double value() const;
     bool busy() const { return m_busy; }
     double speed() const { return m_speed; }
     // A new speed keeps the ramp time: the acceleration follows the speed.
@@ -47,6 +51,9 @@ public:
     // Stops a running move where the motor is now; the move counts as done
     // (its `done` gets 0) and the position reached is reported.
     void stop();
+    // The stand's speed factor has changed: a running move goes on from where
+    // it is at the new pace (arriving at once when the clock became instant).
+    void speedFactorChanged();
 
     // Simulated seconds a move of `distance` takes with this speed and
     // acceleration (a triangle when it is too short to reach full speed).
@@ -58,7 +65,13 @@ public:
     std::function<void(double)> onValue;
 
 private:
-    void tick();
+    // Simulated seconds of the running move at `nowNs`.
+    double simulatedSeconds(qint64 nowNs) const;
+    double positionAfter(double simulatedSeconds) const;
+    // Asks for the next wake-up: the next report or the end, whichever is first.
+    void schedule();
+    void wake();
+    void arrive();
     void finish(int32_t error);
     void report();
 
@@ -71,8 +84,12 @@ private:
     bool m_stalled = false;
     double m_start = 0, m_target = 0;
     double m_lastReported;
-    QElapsedTimer m_elapsed;
-    QElapsedTimer m_sinceReport;
-    QTimer m_timer;
+    // The move's simulated time is m_simulatedBase at m_baseNs, running at
+    // m_pace (the speed factor then) since.
+    double m_simulatedBase = 0;
+    qint64 m_baseNs = 0;
+    double m_pace = 1;
+    qint64 m_nextReportNs = 0;
+    std::shared_ptr<MotorWakeUps> m_wakeUps;
     Finish m_done;
 };

@@ -1,6 +1,8 @@
 #include "stand/service/ServiceHost.h"
 
 #include "core/service/dbus/BusLayout.h"
+#include "stand/service/BusValues.h"
+#include "stand/service/StandSnapshot.h"
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
@@ -41,80 +43,6 @@ Found lookUp(const QDBusMessage& msg, const QVector<QPair<QString, const QVector
     return {};
 }
 
-// Call arguments in the stand's encoding: every integer as int, doubles as
-// double, texts as QString, the observation positions as 11 ints.
-QVariantList standArguments(const QDBusMessage& msg)
-{
-    QVariantList out;
-    for (const QVariant& a : msg.arguments()) {
-        switch (a.metaType().id()) {
-        case QMetaType::Short:
-        case QMetaType::Int:
-            out << QVariant(a.toInt());
-            break;
-        case QMetaType::Double:
-            out << QVariant(a.toDouble());
-            break;
-        case QMetaType::QString:
-            out << QVariant(a.toString());
-            break;
-        default:
-            if (a.userType() == qMetaTypeId<QDBusArgument>()) {
-                const QDBusArgument arg = a.value<QDBusArgument>();
-                QVariantList fields;
-                arg.beginStructure();
-                while (!arg.atEnd()) {
-                    int v = 0;
-                    arg >> v;
-                    fields << QVariant(v);
-                }
-                arg.endStructure();
-                out << QVariant(fields);
-            } else {
-                out << a;
-            }
-        }
-    }
-    return out;
-}
-
-// The stand's answer in the D-Bus type that the method declares.
-QVariant busValue(const QVariant& v, const QString& type)
-{
-    if (type == QLatin1String("n"))
-        return QVariant::fromValue<short>(static_cast<short>(v.toInt()));
-    if (type == QLatin1String("i"))
-        return QVariant::fromValue<int>(v.toInt());
-    if (type == QLatin1String("d"))
-        return QVariant::fromValue<double>(v.toDouble());
-    if (type == QLatin1String("s"))
-        return QVariant::fromValue(v.toString());
-    if (type == QLatin1String("as"))
-        return QVariant::fromValue(v.toStringList());
-    if (type == QLatin1String("ai")) {
-        QList<int> list;
-        for (const QVariant& x : v.toList())
-            list << x.toInt();
-        return QVariant::fromValue(list);
-    }
-    if (type == QLatin1String("ad")) {
-        QList<double> list;
-        for (const QVariant& x : v.toList())
-            list << x.toDouble();
-        return QVariant::fromValue(list);
-    }
-    if (type == ZentorBus::ObservationSignature) {
-        const QVariantList fields = v.toList();
-        QDBusArgument arg;
-        arg.beginStructure();
-        for (int i = 0; i < 11; ++i)
-            arg << (i < fields.size() ? fields[i].toInt() : 0);
-        arg.endStructure();
-        return QVariant::fromValue(arg);
-    }
-    return v;
-}
-
 QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& value)
 {
     if (m.out.isEmpty())
@@ -125,12 +53,19 @@ QDBusMessage reply(const QDBusMessage& msg, const Method& m, const QVariant& val
 using InterfaceList = QVector<QPair<QString, const QVector<Method>*>>;
 
 // The answer to a fault-injection call of a service that does not offer it.
-QDBusMessage faultInjectionNotOffered(const QDBusMessage& msg)
+QDBusMessage faultInjectionNotOffered(const QDBusMessage& msg, const QString& interface)
 {
     return msg.createErrorReply(
         QDBusError::UnknownInterface,
         QStringLiteral("%1 is offered only by a service started with --enable-fault-injection (tests)")
-            .arg(ZentorBus::ControlInterface));
+            .arg(interface));
+}
+
+// The answer to InterfaceVersion: the version of the interfaces this service
+// serves (its files' own unless told to serve an older minor).
+QDBusMessage versionReply(const QDBusMessage& msg, const ServiceHost& host)
+{
+    return msg.createReply(QVariant(host.servedVersion().text()));
 }
 
 // A SetSpeedFactor beyond the bounds of ServiceHost: its refusal, else none.
@@ -163,10 +98,9 @@ public:
 
     QString introspect(const QString&) const override
     {
-        QString xml = ZentorBus::interfaceXml(ZentorBus::DeviceInterface,
-                                              ZentorBus::deviceServiceMethods() + ZentorBus::deviceMethods(), true);
+        QString xml = ZentorBus::introspectionXml(m_host->served(ZentorBus::DeviceInterface));
         if (m_host->faultInjection())
-            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::controlMethods(), false);
+            xml += ZentorBus::introspectionXml(m_host->served(ZentorBus::ControlInterface));
         return xml;
     }
 
@@ -178,10 +112,10 @@ public:
             {ZentorBus::ControlInterface, &ZentorBus::controlMethods()},
         };
         const Found f = lookUp(msg, interfaces);
-        if (!f.method)
+        if (!f.method || !m_host->serves(f.interface, f.method->name))
             return false;   // introspection and peer calls; anything else is unknown
         if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(faultInjectionNotOffered(msg));
+            bus.send(faultInjectionNotOffered(msg, f.interface));
             return true;
         }
         const Method& m = *f.method;
@@ -203,6 +137,10 @@ public:
             return true;
         if (f.interface == ZentorBus::ControlInterface) {
             control(*stand, m, msg, bus);
+            return true;
+        }
+        if (m.name == ZentorBus::SnapshotMember) {
+            bus.send(microscopeSnapshot(msg, *m_host->service(), *stand, *m_sent));
             return true;
         }
         // The camera question names a microscope by index, which need not be
@@ -251,10 +189,11 @@ public:
             const QString path = ZentorBus::devicePath(m_index);
             QDBusConnection connection = bus;
             QObject::connect(stand, &SimulatedStand::propertyChanged, m_host,
-                             [connection, path](const QString& message) mutable {
+                             [connection, path, sent = m_sent](const QString& message) mutable {
                                  QDBusMessage signal = QDBusMessage::createSignal(
                                      path, ZentorBus::DeviceInterface, ZentorBus::EventSignal);
                                  signal << message;
+                                 ++*sent;
                                  connection.send(signal);
                              });
         }
@@ -384,6 +323,8 @@ private:
     ServiceHost* m_host;
     int m_index;
     SimulatedStand* m_wired = nullptr;
+    // Events this microscope has sent: the sequence number of its snapshots.
+    std::shared_ptr<uint64_t> m_sent = std::make_shared<uint64_t>(0);
 };
 
 int MicroscopeObject::s_floods = 0;
@@ -397,14 +338,14 @@ public:
 
     QString introspect(const QString&) const override
     {
-        return ZentorBus::interfaceXml(ZentorBus::ManagerInterface, ZentorBus::managerMethods(), false);
+        return ZentorBus::introspectionXml(m_host->served(ZentorBus::ManagerInterface));
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
     {
         static const InterfaceList interfaces = {{ZentorBus::ManagerInterface, &ZentorBus::managerMethods()}};
         const Found f = lookUp(msg, interfaces);
-        if (!f.method)
+        if (!f.method || !m_host->serves(f.interface, f.method->name))
             return false;
         const Method& m = *f.method;
         if (msg.signature() != m.in) {
@@ -415,6 +356,10 @@ public:
         const QStringList names = service->deviceNames();
         if (m.name == QLatin1String("Ping")) {
             bus.send(msg.createReply());
+        } else if (m.name == QLatin1String("InterfaceVersion")) {
+            bus.send(versionReply(msg, *m_host));
+        } else if (m.name == ZentorBus::SnapshotMember) {
+            bus.send(managerSnapshot(msg, *service, m_host->servedVersion().text()));
         } else if (m.name == QLatin1String("GetDeviceNames")) {
             bus.send(msg.createReply(QVariant::fromValue(names)));
         } else if (m.name == QLatin1String("IsDeviceAvailable")) {
@@ -451,26 +396,30 @@ public:
 
     QString introspect(const QString&) const override
     {
-        QString xml = ZentorBus::interfaceXml(ZentorBus::FiberInterface, ZentorBus::fiberMethods(), true);
+        QString xml = ZentorBus::introspectionXml(m_host->served(ZentorBus::FiberInterface));
         if (m_host->faultInjection())
-            xml += ZentorBus::interfaceXml(ZentorBus::ControlInterface, ZentorBus::fiberControlMethods(), false);
+            xml += ZentorBus::introspectionXml(m_host->served(ZentorBus::FiberControlInterface));
         return xml;
     }
 
     bool handleMessage(const QDBusMessage& msg, const QDBusConnection& bus) override
     {
         static const InterfaceList interfaces = {{ZentorBus::FiberInterface, &ZentorBus::fiberMethods()},
-                                                 {ZentorBus::ControlInterface, &ZentorBus::fiberControlMethods()}};
+                                                 {ZentorBus::FiberControlInterface, &ZentorBus::fiberControlMethods()}};
         const Found f = lookUp(msg, interfaces);
-        if (!f.method)
+        if (!f.method || !m_host->serves(f.interface, f.method->name))
             return false;
-        if (f.interface == ZentorBus::ControlInterface && !m_host->faultInjection()) {
-            bus.send(faultInjectionNotOffered(msg));
+        if (f.interface == ZentorBus::FiberControlInterface && !m_host->faultInjection()) {
+            bus.send(faultInjectionNotOffered(msg, f.interface));
             return true;
         }
         const Method& m = *f.method;
         if (msg.signature() != m.in) {
             bus.send(invalidArgs(msg, m));
+            return true;
+        }
+        if (m.name == QLatin1String("InterfaceVersion")) {
+            bus.send(versionReply(msg, *m_host));
             return true;
         }
         if (m.name == QLatin1String("SetSpeedFactor") && speedFactorRefused(msg.arguments().at(0).toDouble(), msg, bus))
@@ -536,12 +485,41 @@ QString whyNotOwned(const QDBusConnection& bus, const QString& name)
 ServiceHost::ServiceHost(const QDBusConnection& bus, SimulatedService* service, Log log, QObject* parent)
     : QObject(parent), m_bus(bus), m_service(service), m_log(std::move(log))
 {
+    // The bus library's own signal of a lost connection: it is made in this
+    // process, never sent by the bus.
+    m_bus.connect(QString(), QStringLiteral(DBUS_PATH_LOCAL), QStringLiteral(DBUS_INTERFACE_LOCAL),
+                  QStringLiteral("Disconnected"), this, SLOT(disconnected()));
+}
+
+void ServiceHost::disconnected()
+{
+    emit busGone();
 }
 
 ServiceHost::~ServiceHost()
 {
     m_bus.unregisterObject(ZentorBus::ManagerPath, QDBusConnection::UnregisterTree);
     m_bus.unregisterObject(ZentorBus::FiberPath);
+}
+
+bool ServiceHost::serveVersion(const ZentorBus::InterfaceVersion& version)
+{
+    const ZentorBus::InterfaceVersion own = ZentorBus::servedVersion();
+    if (!version.valid() || version.major != own.major || !own.atLeast(version))
+        return false;
+    m_version = version;
+    return true;
+}
+
+ZentorBus::InterfaceInfo ServiceHost::served(const QString& interfaceName) const
+{
+    return ZentorBus::asOfVersion(ZentorBus::interfaceInfo(interfaceName), m_version);
+}
+
+bool ServiceHost::serves(const QString& interfaceName, const QString& member) const
+{
+    const ZentorBus::InterfaceMember* m = ZentorBus::interfaceInfo(interfaceName).member(member);
+    return m && (m->since.isEmpty() || m_version.atLeast(ZentorBus::InterfaceVersion::parse(m->since)));
 }
 
 bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)

@@ -7,6 +7,7 @@
 // from the stand's `done` callback (a delayed reply), so that while one client
 // waits for a move, every other client is still answered and the positions
 // stream to all of them.
+#include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
 
@@ -48,6 +49,16 @@ public:
     void enableFaultInjection() { m_faultInjection = true; }
     bool faultInjection() const { return m_faultInjection; }
 
+    // Serve an older minor of the interfaces, as a driver written for it
+    // does: the members a later minor added (Snapshot, from 1.1) are neither
+    // answered nor introspected (comparisons, and tests of older drivers).
+    // False, changing nothing, for a version of another major or a later minor.
+    bool serveVersion(const ZentorBus::InterfaceVersion& version);
+    const ZentorBus::InterfaceVersion& servedVersion() const { return m_version; }
+    // An interface as this service serves it, and whether it answers a member.
+    ZentorBus::InterfaceInfo served(const QString& interfaceName) const;
+    bool serves(const QString& interfaceName, const QString& member) const;
+
     // Bounds of every fault-injection request; beyond them it is refused.
     static constexpr int kMaxEventText = 4096;       // characters of one EmitEvents text
     static constexpr int kMaxEventCount = 1000000;   // events of one EmitEvents call
@@ -58,10 +69,19 @@ public:
     // Messages queued for the bus beyond which a flood waits.
     static constexpr long kMaxOutgoingBytes = 256 * 1024;
 
+signals:
+    // The connection to the bus has ended (the bus went away). The bus
+    // library says so itself, so nothing has to look now and then.
+    void busGone();
+
+private slots:
+    void disconnected();
+
 private:
     QDBusConnection m_bus;
     SimulatedService* m_service;
     Log m_log;
     bool m_faultInjection = false;
+    ZentorBus::InterfaceVersion m_version = ZentorBus::servedVersion();
     std::vector<std::unique_ptr<QDBusVirtualObject>> m_objects;
 };

@@ -20,7 +20,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTimer>
 
 #include <cstdio>
 #include <memory>
@@ -123,6 +122,11 @@ QDBusConnection serviceBus()
 
 int main(int argc, char* argv[])
 {
+    // Qt's own event dispatcher rather than GLib's: the service needs nothing
+    // of GLib, and Qt's dispatcher does less on each wake-up, in the main
+    // thread and in the bus connection's thread alike (a call's round trip
+    // crosses both twice).
+    qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     ServiceLog::takeQtMessages();
     QCoreApplication::setApplicationName(QStringLiteral("zentor-service"));
@@ -182,8 +186,15 @@ int main(int argc, char* argv[])
                                                      "so that they survive a restart (default %1).")
                                           .arg(StandMemory::defaultPath()),
                                       QStringLiteral("file"));
+    const QCommandLineOption versionOpt(
+        QStringLiteral("interface-version"),
+        QStringLiteral("Serve an older minor <version> of the interfaces (MAJOR.MINOR, at most %1), as a driver "
+                       "written for it does: the members a later minor added are neither answered nor "
+                       "introspected. 1.0 has no Snapshot, so clients read every value with a call of its own "
+                       "(comparisons and tests).").arg(ZentorBus::servedVersion().text()),
+        QStringLiteral("version"));
     parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt,
-                       stateOpt, faultOpt});
+                       stateOpt, faultOpt, versionOpt});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -255,6 +266,13 @@ int main(int argc, char* argv[])
         host.enableFaultInjection();
         ServiceLog::info(QStringLiteral("fault injection enabled (%1)").arg(ZentorBus::ControlInterface));
     }
+    if (parser.isSet(versionOpt)) {
+        if (!host.serveVersion(ZentorBus::InterfaceVersion::parse(parser.value(versionOpt))))
+            return fail(QStringLiteral("--interface-version \"%1\": give MAJOR.MINOR of major %2, minor at most %3")
+                            .arg(parser.value(versionOpt)).arg(ZentorBus::servedVersion().major)
+                            .arg(ZentorBus::servedVersion().minor));
+        ServiceLog::info(QStringLiteral("serving interface version %1").arg(host.servedVersion().text()));
+    }
     if (config.microscopes) {
         if (!host.serveMicroscopes(microscopeName, error))
             return fail(error + QStringLiteral(" (is another zentor-service running?)"));
@@ -285,16 +303,11 @@ int main(int argc, char* argv[])
         ServiceLog::info(QStringLiteral("fiber illuminator left out (--no-fiber)"));
     }
 
-    // Nothing tells a Qt process that its bus has gone: look now and then, and
-    // end with the bus rather than linger.
-    QTimer busWatch;
-    QObject::connect(&busWatch, &QTimer::timeout, &app, [&bus]() {
-        if (!bus.isConnected()) {
-            ServiceLog::info(QStringLiteral("the bus has gone; stopping"));
-            QCoreApplication::exit(0);
-        }
+    // End with the bus rather than linger.
+    QObject::connect(&host, &ServiceHost::busGone, &app, [] {
+        ServiceLog::info(QStringLiteral("the bus has gone; stopping"));
+        QCoreApplication::exit(0);
     });
-    busWatch.start(1000);
 
     return app.exec();
 }

@@ -1,5 +1,5 @@
 // The conformance suite run against the in-process simulated microscope.
-#include "core/service/tests/conformance/ConformanceRig.h"
+#include "core/service/conformance/suite/ConformanceRig.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedMicroscope.h"
 

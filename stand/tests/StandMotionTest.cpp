@@ -36,6 +36,17 @@ struct Stand {
     }
 };
 
+// Counts every timer event the application delivers while it lives.
+struct TimerEvents : QObject {
+    int count = 0;
+    TimerEvents() { QCoreApplication::instance()->installEventFilter(this); }
+    ~TimerEvents() override { QCoreApplication::instance()->removeEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* e) override {
+        if (e->type() == QEvent::Timer) ++count;
+        return false;
+    }
+};
+
 int errorOf(const std::function<void()>& f) {
     try { f(); } catch (const RunTimeError& e) { return e.number(); }
     return 0;
@@ -69,6 +80,79 @@ TEST(StandMotion, AFocusMoveStreamsItsPositionAtASteadyRateUntilItArrives) {
     EXPECT_GE(rate, 20.0);
     EXPECT_LE(rate, 50.0);
     EXPECT_EQ(s.events.last(), QStringLiteral("AppZDriveZPosition:8000"));
+}
+
+TEST(StandMotion, AMovingAxisWakesOnlyToReportAndToArrive) {
+    Stand s(1.0);
+    s.mic.setZDriveSpeed(9);
+    s.zTimes.clear();
+    TimerEvents timers;
+    s.mic.setZDriveZPosition(6000);
+    ASSERT_GE(s.zTimes.size(), 10);
+    // One wake-up a report (the last is the arrival); none for motion alone.
+    EXPECT_LE(timers.count, s.zTimes.size() + 1);
+    // Both stage axes of one move report in the same wake-ups.
+    s.events.clear();
+    timers.count = 0;
+    s.mic.XYDriveMove(int32_t(s.mic.XYDriveXPosition()) + 20000, int32_t(s.mic.XYDriveYPosition()) + 20000);
+    const int xReports = int(s.events.filter(QStringLiteral("AppXYDriveXPosition:")).size());
+    ASSERT_GE(xReports, 10);
+    EXPECT_LE(timers.count, xReports + 1);
+    // At rest nothing wakes.
+    timers.count = 0;
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < 300) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    EXPECT_EQ(timers.count, 0);
+}
+
+TEST(StandMotion, AMoveGoesOnAtANewSpeedFactorAndArrivesAtOnceWhenTheClockBecomesInstant) {
+    Stand s(1.0);
+    QTimer::singleShot(150, [&] { s.service.stand(1)->control().setSpeedFactor(1000); });
+    QElapsedTimer t;
+    t.start();
+    s.mic.setZDriveZPosition(150000);   // some 40 s at real speed
+    EXPECT_LT(t.elapsed(), 20000);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), 150000);
+    EXPECT_EQ(s.events.last(), QStringLiteral("AppZDriveZPosition:150000"));
+    // Positions went on from where the drive was: never back down.
+    int32_t last = -1;
+    for (const QString& e : s.events.filter(QStringLiteral("AppZDriveZPosition:"))) {
+        const int32_t z = e.section(QLatin1Char(':'), 1).toInt();
+        EXPECT_GE(z, last);
+        last = z;
+    }
+    s.service.stand(1)->control().setSpeedFactor(1);
+    QTimer::singleShot(150, [&] { s.service.stand(1)->control().setSpeedFactor(0); });
+    s.mic.setZDriveZPosition(0);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), 0);
+    EXPECT_EQ(s.events.last(), QStringLiteral("AppZDriveZPosition:0"));
+}
+
+TEST(StandMotion, AMoveToWhereTheDriveStandsEndsWithoutAnEvent) {
+    Stand s(1.0);
+    const int32_t z = s.mic.ZDriveZPosition();
+    s.events.clear();
+    s.mic.setZDriveZPosition(z);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), z);
+    EXPECT_TRUE(s.events.filter(QStringLiteral("AppZDriveZPosition:")).isEmpty());
+}
+
+TEST(StandMotion, AMoveAskedForWhileTheDriveRunsIsRefusedAndTheFirstArrives) {
+    Stand s(5.0);
+    int secondError = -1;
+    int32_t midway = -1;
+    // Another client asks for a move while this one runs.
+    QTimer::singleShot(100, [&] {
+        midway = s.mic.ZDriveZPosition();
+        secondError = errorOf([&] { s.mic.setZDriveZPosition(1000); });
+    });
+    EXPECT_EQ(errorOf([&] { s.mic.setZDriveZPosition(40000); }), 0);
+    EXPECT_NE(secondError, 0);
+    EXPECT_GT(midway, 0);
+    EXPECT_LT(midway, 40000);
+    EXPECT_EQ(s.mic.ZDriveZPosition(), 40000);
+    EXPECT_EQ(s.events.last(), QStringLiteral("AppZDriveZPosition:40000"));
 }
 
 TEST(StandMotion, EscapeStopsAMoveWhereItIsAndTheDriveGoesDown) {

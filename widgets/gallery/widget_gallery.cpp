@@ -2,6 +2,7 @@
 // running stand would show them, for looking at the family by eye.
 //   widget_gallery               shows the window
 //   widget_gallery --grab F.png  renders the window to F.png and exits
+//   widget_gallery --greyed      every widget of the family greyed (disabled)
 #include "widgets/WidgetLook.h"
 #include "widgets/usrAddress.h"
 #include "widgets/usrButton.h"
@@ -197,6 +198,11 @@ int main(int argc, char** argv)
     stage->setMinimumSize(250, 272);
     grid->addWidget(box(QStringLiteral("usrStage"), stage), 1, 3);
 
+    if (args.contains(QStringLiteral("--greyed"))) {
+        for (QWidget* w : window.findChildren<QWidget*>())
+            if (QByteArray(w->metaObject()->className()).startsWith("usr"))
+                w->setEnabled(false);
+    }
     window.resize(window.sizeHint());
     if (grabFile.isEmpty()) {
         window.show();

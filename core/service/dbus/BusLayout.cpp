@@ -2,6 +2,7 @@
 
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace ZentorBus {
@@ -12,198 +13,72 @@ QString devicePath(int index)
 }
 
 namespace {
-Method M(const char* name, const char* in, const char* out, QStringList args = {})
+
+// The methods of an interface as its file describes them, in its order.
+QVector<Method> methodsOf(const QString& interfaceName, const QStringList& only = {}, const QStringList& except = {})
 {
-    return Method{QString::fromLatin1(name), QString::fromLatin1(in), QString::fromLatin1(out), args};
+    QVector<Method> methods;
+    for (const InterfaceMember& m : interfaceInfo(interfaceName).members) {
+        if (m.kind != InterfaceMember::Kind::Method || except.contains(m.name) ||
+            (!only.isEmpty() && !only.contains(m.name)))
+            continue;
+        QStringList argNames;
+        for (const InterfaceArg& a : m.args)
+            if (a.direction == QLatin1String("in"))
+                argNames << a.name;
+        methods.append(Method{m.name, m.in(), m.out(), argNames});
+    }
+    return methods;
 }
+
+// Members of the device interface that the service answers itself, not the stand.
+const QStringList kServiceAnswered{QStringLiteral("Disconnect"), QStringLiteral("Ping"), SnapshotMember};
+
 } // namespace
+
+QString snapshotKey(const QString& member, const QVariantList& args)
+{
+    if (args.isEmpty())
+        return member;
+    QStringList parts;
+    for (const QVariant& a : args)
+        parts << a.toString();
+    return member + QLatin1Char('(') + parts.join(QLatin1Char(',')) + QLatin1Char(')');
+}
 
 const QVector<Method>& deviceMethods()
 {
-    static const QVector<Method> methods = {
-        // inventory and units
-        M("DeviceStatus", "n", "i", {"unit"}),
-        M("IsMounted", "n", "i", {"device"}),
-        M("IsReadOnly", "n", "i", {"device"}),
-        M("PathSubType", "n", "n", {"device"}),
-        M("UpperLimit", "n", "d", {"limitIndex"}),
-        M("LowerLimit", "n", "d", {"limitIndex"}),
-        M("Step", "n", "d", {"limitIndex"}),
-        M("Version", "n", "s", {"unit"}),
-        M("EventLog", "nn", "s", {"unit", "entry"}),
-        M("IsCameraPresent", "n", "n", {"index"}),
-        M("CameraUnit", "", "n"),
-        M("CameraHead", "", "n"),
-        // nosepiece
-        M("NosepiecePosition", "", "n"),
-        M("setNosepiecePosition", "n", "", {"position"}),
-        M("NosepieceIsInterlockEnabled", "", "n"),
-        M("setNosepieceIsInterlockEnabled", "n", "", {"enabled"}),
-        M("NosepieceXYMode", "", "n"),
-        M("setNosepieceXYMode", "n", "", {"mode"}),
-        M("NosepieceZMode", "", "n"),
-        M("setNosepieceZMode", "n", "", {"mode"}),
-        // filter cubes, light path, condenser
-        M("FilterBlockCassettePosition", "", "n"),
-        M("setFilterBlockCassettePosition", "n", "", {"position"}),
-        M("LightPathDriveLightPath", "", "n"),
-        M("setLightPathDriveLightPath", "n", "", {"path"}),
-        M("LightPathDriveIsInterlockEnabled", "", "n"),
-        M("setLightPathDriveIsInterlockEnabled", "n", "", {"enabled"}),
-        M("CondenserCassettePosition", "", "n"),
-        M("setCondenserCassettePosition", "n", "", {"position"}),
-        // stops and ND
-        M("ApertureStopApertureStop", "", "d"),
-        M("setApertureStopApertureStop", "d", "", {"mm"}),
-        M("FieldStopFieldStop", "", "d"),
-        M("setFieldStopFieldStop", "d", "", {"mm"}),
-        M("EpiFieldStopFieldStop", "", "d"),
-        M("setEpiFieldStopFieldStop", "d", "", {"mm"}),
-        M("NDFilterTransmission", "", "d"),
-        M("setNDFilterTransmission", "d", "", {"percent"}),
-        M("NDFilterStepDown", "", ""),
-        M("NDFilterStepUp", "", ""),
-        // lamp
-        M("LampOn", "", ""),
-        M("LampOff", "", ""),
-        M("LampIsOn", "", "n"),
-        M("LampIsPreset", "", "n"),
-        M("LampControlVoltage", "", "d"),
-        M("setLampControlVoltage", "d", "", {"volts"}),
-        M("LampPreset", "", ""),
-        // zoom, analyzer, shutter
-        M("OpticalZoomZoom", "", "d"),
-        M("setOpticalZoomZoom", "d", "", {"magnification"}),
-        M("OpticalZoomIsInterlockEnabled", "", "n"),
-        M("setOpticalZoomIsInterlockEnabled", "n", "", {"enabled"}),
-        M("AnalyzerIn", "", ""),
-        M("AnalyzerOut", "", ""),
-        M("AnalyzerIsInserted", "", "n"),
-        M("EpiShutterOpen", "", ""),
-        M("EpiShutterClose", "", ""),
-        M("EpiShutterIsOpened", "", "n"),
-        // Z focus drive
-        M("ZDriveZPosition", "", "i"),
-        M("setZDriveZPosition", "i", "", {"counts"}),
-        M("ZDriveIsZEscape", "", "n"),
-        M("setZDriveIsZEscape", "n", "", {"escape"}),
-        M("setZDriveSpeed", "n", "", {"speed"}),
-        M("ZDriveAutoFocus", "", "i"),
-        M("ZUpperLimit", "", "i"),
-        M("setZUpperLimit", "i", "", {"counts"}),
-        // XY stage
-        M("XYDriveXPosition", "", "i"),
-        M("setXYDriveXPosition", "i", "", {"counts"}),
-        M("XYDriveYPosition", "", "i"),
-        M("setXYDriveYPosition", "i", "", {"counts"}),
-        M("XYDriveIsEscape", "", "n"),
-        M("setXYDriveIsEscape", "n", "", {"escape"}),
-        M("XYDriveMove", "ii", "", {"x", "y"}),
-        M("XYDriveMode", "", "n"),
-        M("setXYDriveMode", "n", "", {"mode"}),
-        // observation methods
-        M("PresetsObservationMode", "", "n"),
-        M("setPresetsObservationMode", "n", "", {"observation"}),
-        M("ObservationName", "n", "s", {"observation"}),
-        M("setObservationName", "ns", "", {"observation", "name"}),
-        Method{QStringLiteral("ObservationPosition"), QStringLiteral("n"), ObservationSignature,
-               {QStringLiteral("observation")}},
-        Method{QStringLiteral("setObservationPosition"), QStringLiteral("n") + ObservationSignature,
-               QString(), {QStringLiteral("observation"), QStringLiteral("positions")}},
-        M("CustomValue", "nnn", "d", {"device", "observation", "address"}),
-        M("CustomObservation", "nnnd", "", {"device", "observation", "address", "value"}),
-        // tables
-        M("ObjectiveNumbers", "", "ai"),
-        M("ObjectiveNames", "", "as"),
-        M("ObjectiveSeriesNames", "", "as"),
-        M("ObjectiveTypeNames", "", "as"),
-        M("ObjectiveRates", "", "ad"),
-        M("ObjectiveWDs", "", "ad"),
-        M("ObjectiveNAs", "", "ad"),
-        M("FilterNumbers", "", "ai"),
-        M("FilterNames", "", "as"),
-        M("FilterReikis", "", "ai"),
-        M("FilterDMs", "", "ai"),
-        M("FilterKyusyus", "", "ai"),
-        M("FilterEXNames", "", "as"),
-        M("FilterDMNames", "", "as"),
-        M("FilterBANames", "", "as"),
-        M("CondenserNumbers", "", "ai"),
-        M("CondenserNames", "", "as"),
-        // raw commands
-        M("SendCommand", "s", "s", {"command"}),
-    };
+    static const QVector<Method> methods = methodsOf(DeviceInterface, {}, kServiceAnswered);
     return methods;
 }
 
 const QVector<Method>& deviceServiceMethods()
 {
-    static const QVector<Method> methods = {
-        M("Disconnect", "", ""),
-        M("Ping", "", ""),
-    };
+    static const QVector<Method> methods = methodsOf(DeviceInterface, kServiceAnswered);
     return methods;
 }
 
 const QVector<Method>& managerMethods()
 {
-    static const QVector<Method> methods = {
-        M("GetDeviceNames", "", "as"),
-        M("IsDeviceAvailable", "n", "n", {"index"}),
-        M("Connect", "n", "o", {"index"}),
-        M("Ping", "", ""),
-    };
+    static const QVector<Method> methods = methodsOf(ManagerInterface);
     return methods;
 }
 
 const QVector<Method>& controlMethods()
 {
-    static const QVector<Method> methods = {
-        M("KillUnit", "n", "", {"unit"}),
-        M("ReviveUnit", "n", "", {"unit"}),
-        M("StallDevice", "n", "", {"device"}),
-        M("ClearFaults", "", ""),
-        M("SetSpeedFactor", "d", "", {"factor"}),
-        // Sends `count` copies of an event text to every client of this
-        // microscope, as fast as the bus takes them (load tests).
-        M("EmitEvents", "si", "", {"message", "count"}),
-    };
+    static const QVector<Method> methods = methodsOf(ControlInterface);
     return methods;
 }
 
 const QVector<Method>& fiberMethods()
 {
-    static const QVector<Method> methods = {
-        M("ConnectionStatus", "", "n"),
-        M("Connect", "i", "", {"timeoutMs"}),
-        M("Disconnect", "", ""),
-        M("Port", "", "n"),
-        M("NDPosition", "", "n"),
-        M("setNDPosition", "n", "", {"position"}),
-        M("NDWheelModel", "", "n"),
-        M("ShutterIsOpened", "", "n"),
-        M("ShutterOpen", "", ""),
-        M("ShutterClose", "", ""),
-        M("ShutterOpenTimed", "d", "", {"seconds"}),
-        M("ShutterCloseTimed", "d", "", {"seconds"}),
-        M("LampIsOn", "", "n"),
-        M("LampOn", "", ""),
-        M("LampOff", "", ""),
-        M("Status", "s", "n", {"name"}),
-    };
+    static const QVector<Method> methods = methodsOf(FiberInterface);
     return methods;
 }
 
 const QVector<Method>& fiberControlMethods()
 {
-    static const QVector<Method> methods = {
-        // A safety sensor (Interlock_Status, HeatSensitive_Status,
-        // LampCoolingFun_Status, PowerCoolingFun_Status) reads `value`.
-        M("SetSensor", "sn", "", {"name", "value"}),
-        // false: the illuminator is unplugged (Connect finds nothing).
-        M("SetPresent", "b", "", {"present"}),
-        M("SetSpeedFactor", "d", "", {"factor"}),
-    };
+    static const QVector<Method> methods = methodsOf(FiberControlInterface);
     return methods;
 }
 
@@ -215,53 +90,63 @@ const Method* findMethod(const QVector<Method>& methods, const QString& name)
     return nullptr;
 }
 
-namespace {
-// Splits a signature into its complete types ("n(ii)as" -> n, (ii), as).
-QStringList completeTypes(const QString& sig)
+QString interfaceXml(const QString& interfaceName)
 {
-    QStringList types;
-    int i = 0;
-    while (i < sig.size()) {
-        int start = i;
-        while (i < sig.size() && sig[i] == QLatin1Char('a'))
-            ++i;
-        if (i < sig.size() && sig[i] == QLatin1Char('(')) {
-            int depth = 0;
-            do {
-                if (sig[i] == QLatin1Char('('))
-                    ++depth;
-                else if (sig[i] == QLatin1Char(')'))
-                    --depth;
-                ++i;
-            } while (i < sig.size() && depth > 0);
-        } else {
-            ++i;
-        }
-        types << sig.mid(start, i - start);
-    }
-    return types;
+    return introspectionXml(interfaceInfo(interfaceName));
 }
-} // namespace
 
-QString interfaceXml(const QString& interfaceName, const QVector<Method>& methods, bool withEvent)
+// --- versions ------------------------------------------------------------------------
+
+InterfaceVersion servedVersion()
 {
-    QString xml = QStringLiteral("  <interface name=\"%1\">\n").arg(interfaceName);
-    for (const Method& m : methods) {
-        xml += QStringLiteral("    <method name=\"%1\">\n").arg(m.name);
-        const QStringList in = completeTypes(m.in);
-        for (int i = 0; i < in.size(); ++i) {
-            const QString name = i < m.argNames.size() ? m.argNames[i] : QStringLiteral("arg%1").arg(i);
-            xml += QStringLiteral("      <arg name=\"%1\" type=\"%2\" direction=\"in\"/>\n").arg(name, in[i]);
-        }
-        if (!m.out.isEmpty())
-            xml += QStringLiteral("      <arg name=\"result\" type=\"%1\" direction=\"out\"/>\n").arg(m.out);
-        xml += QStringLiteral("    </method>\n");
+    return InterfaceVersion::parse(interfaceInfo(ManagerInterface).version);
+}
+
+QString versionProblem(const QString& answered, const InterfaceVersion& needed, const QString& who)
+{
+    const InterfaceVersion v = InterfaceVersion::parse(answered);
+    const QString wanted = QStringLiteral("version %1.x (at least %2)").arg(needed.major).arg(needed.text());
+    if (!v.valid())
+        return QStringLiteral("%1 answered its interface version as \"%2\", which is not MAJOR.MINOR; "
+                              "this program needs %3.").arg(who, answered.left(64), wanted);
+    if (v.major != needed.major || v.minor < needed.minor)
+        return QStringLiteral("%1 serves interface version %2; this program needs %3. "
+                              "Install a service and a program of matching versions.").arg(who, v.text(), wanted);
+    return {};
+}
+
+QString askVersion(const std::function<QDBusMessage()>& ask, const QString& who, const QString& interfaceName)
+{
+    QDBusMessage reply;
+    try {
+        reply = ask();
+    } catch (const RunTimeError& e) {
+        // A service that does not know the question predates versions or is
+        // not one of this interface; any other failure stays what it is.
+        if (e.number() == RunTimeError::ServiceInvalidArgument)
+            throw RunTimeError(IncompatibleService,
+                               QStringLiteral("%1 does not tell its interface version (%2); this program needs "
+                                              "version %3.x of %4.")
+                                   .arg(who, e.description()).arg(kClientNeeds.major).arg(interfaceName));
+        throw;
     }
-    if (withEvent)
-        xml += QStringLiteral("    <signal name=\"%1\">\n      <arg name=\"message\" type=\"s\"/>\n"
-                              "    </signal>\n").arg(EventSignal);
-    xml += QStringLiteral("  </interface>\n");
-    return xml;
+    const QString answered = reply.signature() == QLatin1String("s")
+                                 ? reply.arguments().value(0).toString()
+                                 : QStringLiteral("(an answer of type '%1')").arg(reply.signature());
+    const QString problem = versionProblem(answered, kClientNeeds, who);
+    if (!problem.isEmpty())
+        throw RunTimeError(IncompatibleService, problem);
+    return answered;
+}
+
+QString replyTypeProblem(const QString& member, const QString& expected, const QString& answered)
+{
+    if (answered == expected)
+        return {};
+    return QStringLiteral("%1 answered %2 where the interface says %3")
+        .arg(member,
+             answered.isEmpty() ? QStringLiteral("nothing") : QStringLiteral("type '%1'").arg(answered),
+             expected.isEmpty() ? QStringLiteral("nothing") : QStringLiteral("'%1'").arg(expected));
 }
 
 QString errorName(int32_t code)

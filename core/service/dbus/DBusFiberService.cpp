@@ -30,21 +30,41 @@ void DBusFiberService::onEvent(const QString& message)
     emit OnPropertyChanged(message);
 }
 
-QVariant DBusFiberService::call(const char* member, const QVariantList& args)
+QDBusMessage DBusFiberService::send(const QString& member, const QVariantList& args)
 {
     if (!m_bus.isConnected())
         throw RunTimeError(RunTimeError::ServiceGone,
                            QStringLiteral("No session bus: ") + m_bus.lastError().message());
     QDBusMessage msg = QDBusMessage::createMethodCall(m_serviceName, ZentorBus::FiberPath,
-                                                      ZentorBus::FiberInterface, QLatin1String(member));
+                                                      ZentorBus::FiberInterface, member);
     msg.setArguments(args);
     const QDBusMessage reply = m_bus.call(msg, QDBus::BlockWithGui, m_timeoutMs);
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    if (reply.type() == QDBusMessage::ErrorMessage && !m_bus.isConnected())
+        throw RunTimeError(RunTimeError::ServiceGone,
+                           QStringLiteral("The connection to the fiber illuminator server is lost: ") +
+                               reply.errorMessage());
     if (reply.type() == QDBusMessage::ErrorMessage)
         throw ZentorBus::errorFromMessage(reply);
     if (reply.type() != QDBusMessage::ReplyMessage)
         throw RunTimeError(RunTimeError::ServiceFailure,
-                           QStringLiteral("No answer from the fiber illuminator server to ") + QLatin1String(member));
+                           QStringLiteral("No answer from the fiber illuminator server to ") + member);
+    return reply;
+}
+
+QVariant DBusFiberService::call(const char* member, const QVariantList& args)
+{
+    if (m_version.isEmpty())
+        m_version = ZentorBus::askVersion([this] { return send(QStringLiteral("InterfaceVersion"), {}); },
+                                          QStringLiteral("The fiber illuminator server on the bus (%1)").arg(m_serviceName),
+                                          ZentorBus::FiberInterface);
+    const QString name = QLatin1String(member);
+    const QDBusMessage reply = send(name, args);
+    if (const ZentorBus::Method* m = ZentorBus::findMethod(ZentorBus::fiberMethods(), name)) {
+        const QString problem = ZentorBus::replyTypeProblem(name, m->out, reply.signature());
+        if (!problem.isEmpty())
+            throw RunTimeError(RunTimeError::ServiceFailure, problem);
+    }
     const QVariantList out = reply.arguments();
     return out.isEmpty() ? QVariant() : out.first();
 }

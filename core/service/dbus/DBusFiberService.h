@@ -49,9 +49,12 @@ private slots:
 
 private:
     QVariant call(const char* member, const QVariantList& args = {});
+    // Sends one call and gives its reply; throws for an error or no reply.
+    QDBusMessage send(const QString& member, const QVariantList& args);
 
     QDBusConnection m_bus;
     QString m_serviceName;
     bool m_subscribed = false;
     int m_timeoutMs = kCallTimeoutMs;
+    QString m_version;   // the server's interface version, asked before the first call
 };

@@ -9,6 +9,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QEventLoop>
 #include <QDBusObjectPath>
+#include <QHash>
 #include <QMetaType>
 
 namespace {
@@ -56,14 +57,19 @@ DBusMicroscopeService::~DBusMicroscopeService()
     unsubscribe();
 }
 
+uint64_t DBusMicroscopeService::s_callsMade = 0;
+
+uint64_t DBusMicroscopeService::callsMade() { return s_callsMade; }
+
 QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
 {
+    ++s_callsMade;
     if (!m_bus.isConnected())
         throw RunTimeError(RunTimeError::ServiceGone,
                            QStringLiteral("No session bus: ") + m_bus.lastError().message());
     // The caller waits as for any device call (blockingWait): the bus's
     // events, timers and painting go on meanwhile.
-    QDBusPendingCallWatcher pending(m_bus.asyncCall(message, kCallTimeoutMs));
+    QDBusPendingCallWatcher pending(m_bus.asyncCall(message, m_timeoutMs));
     if (!pending.isFinished()) {
         QEventLoop loop;
         QObject::connect(&pending, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
@@ -74,6 +80,12 @@ QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
     // Events that the bus delivered before the reply are handed out before the
     // call returns, as the in-process stand does.
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    // A link to another computer that dropped ends the calls it carried
+    // with a "no reply": the service is gone, not slow.
+    if (reply.type() == QDBusMessage::ErrorMessage && !m_bus.isConnected())
+        throw RunTimeError(RunTimeError::ServiceGone,
+                           QStringLiteral("The connection to the microscope service is lost: ") +
+                               reply.errorMessage());
     if (reply.type() == QDBusMessage::ErrorMessage)
         throw ZentorBus::errorFromMessage(reply);
     if (reply.type() != QDBusMessage::ReplyMessage)
@@ -82,12 +94,121 @@ QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
     return reply;
 }
 
+namespace {
+
+// The reply's signature must be the one the interface files give the member
+// (the manager's and the device's members share no name of different type).
+void checkReplyType(const QDBusMessage& reply, const QString& member)
+{
+    static const QHash<QString, QString> outOf = [] {
+        QHash<QString, QString> map;
+        for (const auto* list : {&ZentorBus::managerMethods(), &ZentorBus::deviceServiceMethods(),
+                                 &ZentorBus::deviceMethods()})
+            for (const ZentorBus::Method& m : *list)
+                map.insert(m.name, m.out);
+        return map;
+    }();
+    const auto it = outOf.constFind(member);
+    if (it == outOf.constEnd())
+        return;
+    const QString problem = ZentorBus::replyTypeProblem(member, *it, reply.signature());
+    if (!problem.isEmpty())
+        throw RunTimeError(RunTimeError::ServiceFailure, problem);
+}
+
+} // namespace
+
+namespace {
+
+// The version each service told, by connection and bus name, with the unique
+// name of the process that told it: every client in this process uses it
+// without asking again, and a new process behind the name is asked anew.
+struct ToldVersion {
+    QString owner;
+    QString version;
+};
+QHash<QString, ToldVersion>& toldVersions()
+{
+    static QHash<QString, ToldVersion> told;
+    return told;
+}
+
+} // namespace
+
+QString DBusMicroscopeService::versionKey() const
+{
+    return m_bus.name() + QLatin1Char('\n') + m_serviceName;
+}
+
+bool DBusMicroscopeService::recallVersion()
+{
+    if (!m_version.isEmpty())
+        return true;
+    const auto it = toldVersions().constFind(versionKey());
+    if (it == toldVersions().constEnd())
+        return false;
+    m_version = it->version;
+    m_versionOwner = it->owner;
+    return true;
+}
+
+void DBusMicroscopeService::acceptVersion(const QString& told, const QString& owner)
+{
+    const QString problem = ZentorBus::versionProblem(told, ZentorBus::kClientNeeds, serviceWho());
+    if (!problem.isEmpty())
+        throw RunTimeError(ZentorBus::IncompatibleService, problem);
+    m_version = told;
+    m_versionOwner = owner;
+    toldVersions().insert(versionKey(), ToldVersion{owner, told});
+}
+
+QString DBusMicroscopeService::serviceWho() const
+{
+    return QStringLiteral("The microscope service on the bus (%1)").arg(m_serviceName);
+}
+
+void DBusMicroscopeService::ensureCompatible()
+{
+    if (recallVersion())
+        return;
+    QString owner;
+    const QString told = ZentorBus::askVersion(
+        [this, &owner] {
+            const QDBusMessage reply = exchange(QDBusMessage::createMethodCall(
+                m_serviceName, ZentorBus::ManagerPath, ZentorBus::ManagerInterface, QStringLiteral("InterfaceVersion")));
+            owner = reply.service();
+            return reply;
+        },
+        serviceWho(), ZentorBus::ManagerInterface);
+    acceptVersion(told, owner);
+}
+
+void DBusMicroscopeService::checkOwner(const QDBusMessage& reply)
+{
+    if (reply.service().isEmpty() || reply.service() == m_versionOwner)
+        return;
+    // Another process answers the name now: its version is asked afresh.
+    toldVersions().remove(versionKey());
+    m_version.clear();
+    m_versionOwner.clear();
+    ensureCompatible();
+}
+
+bool DBusMicroscopeService::versionOffersSnapshot() const
+{
+    return ZentorBus::InterfaceVersion::parse(m_version).minor >= ZentorBus::kSnapshotMinor;
+}
+
 QDBusMessage DBusMicroscopeService::callManager(const QString& member, const QVariantList& args)
 {
+    ensureCompatible();
     QDBusMessage msg = QDBusMessage::createMethodCall(m_serviceName, ZentorBus::ManagerPath,
                                                       ZentorBus::ManagerInterface, member);
     msg.setArguments(args);
-    return exchange(msg);
+    const QDBusMessage reply = exchange(msg);
+    checkOwner(reply);
+    checkReplyType(reply, member);
+    return reply;
 }
 
 QVariant DBusMicroscopeService::callDevice(const char* member, const QVariantList& args)
@@ -99,12 +220,18 @@ QVariant DBusMicroscopeService::callDevice(const char* member, const QVariantLis
                                                       QLatin1String(member));
     msg.setArguments(args);
     const QDBusMessage reply = exchange(msg);
+    checkReplyType(reply, msg.member());
     const QVariantList out = reply.arguments();
     return out.isEmpty() ? QVariant() : out.first();
 }
 
 void DBusMicroscopeService::onEvent(const QString& message)
 {
+    // The picture first: whoever reads while this event is handed out must
+    // not read a value older than the event.
+    if (m_counting)
+        ++m_sequence;
+    m_picture.apply(message);
     emit OnPropertyChanged(message);
 }
 
@@ -130,8 +257,14 @@ void DBusMicroscopeService::Connect(int16_t index)
         throw RunTimeError(RunTimeError::ServiceFailure,
                            QStringLiteral("Connect: the microscope service gave no microscope object"));
     // From here on talk to the process that answered, never to a successor.
+    if (reply.service() != m_peer) {
+        m_noSnapshot = !versionOffersSnapshot();
+        if (m_noSnapshot)
+            traceNoSnapshot(QStringLiteral("%1 (interface version %2)").arg(reply.service(), m_version));
+    }
     m_peer = reply.service();
     m_path = path;
+    resetPictures();
     m_subscribed = m_bus.connect(m_peer, m_path, ZentorBus::DeviceInterface, ZentorBus::EventSignal,
                                  this, SLOT(onEvent(QString)));
     if (!m_subscribed) {
@@ -147,6 +280,7 @@ void DBusMicroscopeService::Disconnect()
     if (m_path.isEmpty())
         return;
     unsubscribe();
+    resetPictures();
     const QString path = m_path;
     m_path.clear();
     QDBusMessage msg = QDBusMessage::createMethodCall(m_peer, path, ZentorBus::DeviceInterface,
@@ -161,123 +295,121 @@ void DBusMicroscopeService::Ping()
 
 QStringList DBusMicroscopeService::GetDeviceNames()
 {
-    const QVariantList out = callManager(QStringLiteral("GetDeviceNames"), {}).arguments();
-    return out.isEmpty() ? QStringList() : out.first().toStringList();
+    return readManager("GetDeviceNames").toStringList();
 }
 
 int16_t DBusMicroscopeService::IsDeviceAvailable(int16_t index)
 {
-    const QVariantList out =
-        callManager(QStringLiteral("IsDeviceAvailable"), {QVariant::fromValue<short>(index)}).arguments();
-    return out.isEmpty() ? 0 : asInt16(out.first());
+    const QVariant v = readManager("IsDeviceAvailable", {QVariant::fromValue<short>(index)});
+    return v.isValid() ? asInt16(v) : 0;
 }
 
 #define N(v) QVariant::fromValue<short>(v)
 #define I(v) QVariant::fromValue<int>(v)
 #define D(v) QVariant::fromValue<double>(v)
 
-int32_t DBusMicroscopeService::DeviceStatus(int16_t unit) { return asInt32(callDevice("DeviceStatus", {N(unit)})); }
-int32_t DBusMicroscopeService::IsMounted(int16_t device) { return asInt32(callDevice("IsMounted", {N(device)})); }
-int32_t DBusMicroscopeService::IsReadOnly(int16_t device) { return asInt32(callDevice("IsReadOnly", {N(device)})); }
-int16_t DBusMicroscopeService::PathSubType(int16_t device) { return asInt16(callDevice("PathSubType", {N(device)})); }
-double DBusMicroscopeService::UpperLimit(int16_t i) { return callDevice("UpperLimit", {N(i)}).toDouble(); }
-double DBusMicroscopeService::LowerLimit(int16_t i) { return callDevice("LowerLimit", {N(i)}).toDouble(); }
-double DBusMicroscopeService::Step(int16_t i) { return callDevice("Step", {N(i)}).toDouble(); }
-QString DBusMicroscopeService::Version(int16_t unit) { return callDevice("Version", {N(unit)}).toString(); }
+int32_t DBusMicroscopeService::DeviceStatus(int16_t unit) { return asInt32(read("DeviceStatus", {N(unit)})); }
+int32_t DBusMicroscopeService::IsMounted(int16_t device) { return asInt32(read("IsMounted", {N(device)})); }
+int32_t DBusMicroscopeService::IsReadOnly(int16_t device) { return asInt32(read("IsReadOnly", {N(device)})); }
+int16_t DBusMicroscopeService::PathSubType(int16_t device) { return asInt16(read("PathSubType", {N(device)})); }
+double DBusMicroscopeService::UpperLimit(int16_t i) { return read("UpperLimit", {N(i)}).toDouble(); }
+double DBusMicroscopeService::LowerLimit(int16_t i) { return read("LowerLimit", {N(i)}).toDouble(); }
+double DBusMicroscopeService::Step(int16_t i) { return read("Step", {N(i)}).toDouble(); }
+QString DBusMicroscopeService::Version(int16_t unit) { return read("Version", {N(unit)}).toString(); }
 QString DBusMicroscopeService::EventLog(int16_t unit, int16_t entry)
 {
-    return callDevice("EventLog", {N(unit), N(entry)}).toString();
+    return read("EventLog", {N(unit), N(entry)}).toString();
 }
-int16_t DBusMicroscopeService::IsCameraPresent(int16_t index) { return asInt16(callDevice("IsCameraPresent", {N(index)})); }
-int16_t DBusMicroscopeService::CameraUnit() { return asInt16(callDevice("CameraUnit")); }
-int16_t DBusMicroscopeService::CameraHead() { return asInt16(callDevice("CameraHead")); }
+int16_t DBusMicroscopeService::IsCameraPresent(int16_t index) { return asInt16(read("IsCameraPresent", {N(index)})); }
+int16_t DBusMicroscopeService::CameraUnit() { return asInt16(read("CameraUnit")); }
+int16_t DBusMicroscopeService::CameraHead() { return asInt16(read("CameraHead")); }
 
 // --- nosepiece ------------------------------------------------------------------
-int16_t DBusMicroscopeService::NosepiecePosition() { return asInt16(callDevice("NosepiecePosition")); }
-void DBusMicroscopeService::setNosepiecePosition(int16_t v) { callDevice("setNosepiecePosition", {N(v)}); }
-int16_t DBusMicroscopeService::NosepieceIsInterlockEnabled() { return asInt16(callDevice("NosepieceIsInterlockEnabled")); }
-void DBusMicroscopeService::setNosepieceIsInterlockEnabled(int16_t v) { callDevice("setNosepieceIsInterlockEnabled", {N(v)}); }
-int16_t DBusMicroscopeService::NosepieceXYMode() { return asInt16(callDevice("NosepieceXYMode")); }
-void DBusMicroscopeService::setNosepieceXYMode(int16_t v) { callDevice("setNosepieceXYMode", {N(v)}); }
-int16_t DBusMicroscopeService::NosepieceZMode() { return asInt16(callDevice("NosepieceZMode")); }
-void DBusMicroscopeService::setNosepieceZMode(int16_t v) { callDevice("setNosepieceZMode", {N(v)}); }
+int16_t DBusMicroscopeService::NosepiecePosition() { return asInt16(read("NosepiecePosition")); }
+void DBusMicroscopeService::setNosepiecePosition(int16_t v) { command("setNosepiecePosition", {N(v)}); }
+int16_t DBusMicroscopeService::NosepieceIsInterlockEnabled() { return asInt16(read("NosepieceIsInterlockEnabled")); }
+void DBusMicroscopeService::setNosepieceIsInterlockEnabled(int16_t v) { command("setNosepieceIsInterlockEnabled", {N(v)}); }
+int16_t DBusMicroscopeService::NosepieceXYMode() { return asInt16(read("NosepieceXYMode")); }
+void DBusMicroscopeService::setNosepieceXYMode(int16_t v) { command("setNosepieceXYMode", {N(v)}); }
+int16_t DBusMicroscopeService::NosepieceZMode() { return asInt16(read("NosepieceZMode")); }
+void DBusMicroscopeService::setNosepieceZMode(int16_t v) { command("setNosepieceZMode", {N(v)}); }
 
 // --- filter cubes, light path, condenser ------------------------------------------
-int16_t DBusMicroscopeService::FilterBlockCassettePosition() { return asInt16(callDevice("FilterBlockCassettePosition")); }
-void DBusMicroscopeService::setFilterBlockCassettePosition(int16_t v) { callDevice("setFilterBlockCassettePosition", {N(v)}); }
-int16_t DBusMicroscopeService::LightPathDriveLightPath() { return asInt16(callDevice("LightPathDriveLightPath")); }
-void DBusMicroscopeService::setLightPathDriveLightPath(int16_t v) { callDevice("setLightPathDriveLightPath", {N(v)}); }
-int16_t DBusMicroscopeService::LightPathDriveIsInterlockEnabled() { return asInt16(callDevice("LightPathDriveIsInterlockEnabled")); }
-void DBusMicroscopeService::setLightPathDriveIsInterlockEnabled(int16_t v) { callDevice("setLightPathDriveIsInterlockEnabled", {N(v)}); }
-int16_t DBusMicroscopeService::CondenserCassettePosition() { return asInt16(callDevice("CondenserCassettePosition")); }
-void DBusMicroscopeService::setCondenserCassettePosition(int16_t v) { callDevice("setCondenserCassettePosition", {N(v)}); }
+int16_t DBusMicroscopeService::FilterBlockCassettePosition() { return asInt16(read("FilterBlockCassettePosition")); }
+void DBusMicroscopeService::setFilterBlockCassettePosition(int16_t v) { command("setFilterBlockCassettePosition", {N(v)}); }
+int16_t DBusMicroscopeService::LightPathDriveLightPath() { return asInt16(read("LightPathDriveLightPath")); }
+void DBusMicroscopeService::setLightPathDriveLightPath(int16_t v) { command("setLightPathDriveLightPath", {N(v)}); }
+int16_t DBusMicroscopeService::LightPathDriveIsInterlockEnabled() { return asInt16(read("LightPathDriveIsInterlockEnabled")); }
+void DBusMicroscopeService::setLightPathDriveIsInterlockEnabled(int16_t v) { command("setLightPathDriveIsInterlockEnabled", {N(v)}); }
+int16_t DBusMicroscopeService::CondenserCassettePosition() { return asInt16(read("CondenserCassettePosition")); }
+void DBusMicroscopeService::setCondenserCassettePosition(int16_t v) { command("setCondenserCassettePosition", {N(v)}); }
 
 // --- stops and ND -----------------------------------------------------------------
-double DBusMicroscopeService::ApertureStopApertureStop() { return callDevice("ApertureStopApertureStop").toDouble(); }
-void DBusMicroscopeService::setApertureStopApertureStop(double v) { callDevice("setApertureStopApertureStop", {D(v)}); }
-double DBusMicroscopeService::FieldStopFieldStop() { return callDevice("FieldStopFieldStop").toDouble(); }
-void DBusMicroscopeService::setFieldStopFieldStop(double v) { callDevice("setFieldStopFieldStop", {D(v)}); }
-double DBusMicroscopeService::EpiFieldStopFieldStop() { return callDevice("EpiFieldStopFieldStop").toDouble(); }
-void DBusMicroscopeService::setEpiFieldStopFieldStop(double v) { callDevice("setEpiFieldStopFieldStop", {D(v)}); }
-double DBusMicroscopeService::NDFilterTransmission() { return callDevice("NDFilterTransmission").toDouble(); }
-void DBusMicroscopeService::setNDFilterTransmission(double v) { callDevice("setNDFilterTransmission", {D(v)}); }
-void DBusMicroscopeService::NDFilterStepDown() { callDevice("NDFilterStepDown"); }
-void DBusMicroscopeService::NDFilterStepUp() { callDevice("NDFilterStepUp"); }
+double DBusMicroscopeService::ApertureStopApertureStop() { return read("ApertureStopApertureStop").toDouble(); }
+void DBusMicroscopeService::setApertureStopApertureStop(double v) { command("setApertureStopApertureStop", {D(v)}); }
+double DBusMicroscopeService::FieldStopFieldStop() { return read("FieldStopFieldStop").toDouble(); }
+void DBusMicroscopeService::setFieldStopFieldStop(double v) { command("setFieldStopFieldStop", {D(v)}); }
+double DBusMicroscopeService::EpiFieldStopFieldStop() { return read("EpiFieldStopFieldStop").toDouble(); }
+void DBusMicroscopeService::setEpiFieldStopFieldStop(double v) { command("setEpiFieldStopFieldStop", {D(v)}); }
+double DBusMicroscopeService::NDFilterTransmission() { return read("NDFilterTransmission").toDouble(); }
+void DBusMicroscopeService::setNDFilterTransmission(double v) { command("setNDFilterTransmission", {D(v)}); }
+void DBusMicroscopeService::NDFilterStepDown() { command("NDFilterStepDown"); }
+void DBusMicroscopeService::NDFilterStepUp() { command("NDFilterStepUp"); }
 
 // --- lamp -------------------------------------------------------------------------
-void DBusMicroscopeService::LampOn() { callDevice("LampOn"); }
-void DBusMicroscopeService::LampOff() { callDevice("LampOff"); }
-int16_t DBusMicroscopeService::LampIsOn() { return asInt16(callDevice("LampIsOn")); }
-int16_t DBusMicroscopeService::LampIsPreset() { return asInt16(callDevice("LampIsPreset")); }
-double DBusMicroscopeService::LampControlVoltage() { return callDevice("LampControlVoltage").toDouble(); }
-void DBusMicroscopeService::setLampControlVoltage(double v) { callDevice("setLampControlVoltage", {D(v)}); }
-void DBusMicroscopeService::LampPreset() { callDevice("LampPreset"); }
+void DBusMicroscopeService::LampOn() { command("LampOn"); }
+void DBusMicroscopeService::LampOff() { command("LampOff"); }
+int16_t DBusMicroscopeService::LampIsOn() { return asInt16(read("LampIsOn")); }
+int16_t DBusMicroscopeService::LampIsPreset() { return asInt16(read("LampIsPreset")); }
+double DBusMicroscopeService::LampControlVoltage() { return read("LampControlVoltage").toDouble(); }
+void DBusMicroscopeService::setLampControlVoltage(double v) { command("setLampControlVoltage", {D(v)}); }
+void DBusMicroscopeService::LampPreset() { command("LampPreset"); }
 
 // --- zoom, analyzer, shutter --------------------------------------------------------
-double DBusMicroscopeService::OpticalZoomZoom() { return callDevice("OpticalZoomZoom").toDouble(); }
-void DBusMicroscopeService::setOpticalZoomZoom(double v) { callDevice("setOpticalZoomZoom", {D(v)}); }
-int16_t DBusMicroscopeService::OpticalZoomIsInterlockEnabled() { return asInt16(callDevice("OpticalZoomIsInterlockEnabled")); }
-void DBusMicroscopeService::setOpticalZoomIsInterlockEnabled(int16_t v) { callDevice("setOpticalZoomIsInterlockEnabled", {N(v)}); }
-void DBusMicroscopeService::AnalyzerIn() { callDevice("AnalyzerIn"); }
-void DBusMicroscopeService::AnalyzerOut() { callDevice("AnalyzerOut"); }
-int16_t DBusMicroscopeService::AnalyzerIsInserted() { return asInt16(callDevice("AnalyzerIsInserted")); }
-void DBusMicroscopeService::EpiShutterOpen() { callDevice("EpiShutterOpen"); }
-void DBusMicroscopeService::EpiShutterClose() { callDevice("EpiShutterClose"); }
-int16_t DBusMicroscopeService::EpiShutterIsOpened() { return asInt16(callDevice("EpiShutterIsOpened")); }
+double DBusMicroscopeService::OpticalZoomZoom() { return read("OpticalZoomZoom").toDouble(); }
+void DBusMicroscopeService::setOpticalZoomZoom(double v) { command("setOpticalZoomZoom", {D(v)}); }
+int16_t DBusMicroscopeService::OpticalZoomIsInterlockEnabled() { return asInt16(read("OpticalZoomIsInterlockEnabled")); }
+void DBusMicroscopeService::setOpticalZoomIsInterlockEnabled(int16_t v) { command("setOpticalZoomIsInterlockEnabled", {N(v)}); }
+void DBusMicroscopeService::AnalyzerIn() { command("AnalyzerIn"); }
+void DBusMicroscopeService::AnalyzerOut() { command("AnalyzerOut"); }
+int16_t DBusMicroscopeService::AnalyzerIsInserted() { return asInt16(read("AnalyzerIsInserted")); }
+void DBusMicroscopeService::EpiShutterOpen() { command("EpiShutterOpen"); }
+void DBusMicroscopeService::EpiShutterClose() { command("EpiShutterClose"); }
+int16_t DBusMicroscopeService::EpiShutterIsOpened() { return asInt16(read("EpiShutterIsOpened")); }
 
 // --- Z focus drive ----------------------------------------------------------------------
-int32_t DBusMicroscopeService::ZDriveZPosition() { return asInt32(callDevice("ZDriveZPosition")); }
-void DBusMicroscopeService::setZDriveZPosition(int32_t v) { callDevice("setZDriveZPosition", {I(v)}); }
-int16_t DBusMicroscopeService::ZDriveIsZEscape() { return asInt16(callDevice("ZDriveIsZEscape")); }
-void DBusMicroscopeService::setZDriveIsZEscape(int16_t v) { callDevice("setZDriveIsZEscape", {N(v)}); }
-void DBusMicroscopeService::setZDriveSpeed(int16_t v) { callDevice("setZDriveSpeed", {N(v)}); }
-int32_t DBusMicroscopeService::ZDriveAutoFocus() { return asInt32(callDevice("ZDriveAutoFocus")); }
-int32_t DBusMicroscopeService::ZUpperLimit() { return asInt32(callDevice("ZUpperLimit")); }
-void DBusMicroscopeService::setZUpperLimit(int32_t v) { callDevice("setZUpperLimit", {I(v)}); }
+int32_t DBusMicroscopeService::ZDriveZPosition() { return asInt32(read("ZDriveZPosition")); }
+void DBusMicroscopeService::setZDriveZPosition(int32_t v) { command("setZDriveZPosition", {I(v)}); }
+int16_t DBusMicroscopeService::ZDriveIsZEscape() { return asInt16(read("ZDriveIsZEscape")); }
+void DBusMicroscopeService::setZDriveIsZEscape(int16_t v) { command("setZDriveIsZEscape", {N(v)}); }
+void DBusMicroscopeService::setZDriveSpeed(int16_t v) { command("setZDriveSpeed", {N(v)}); }
+int32_t DBusMicroscopeService::ZDriveAutoFocus() { return asInt32(command("ZDriveAutoFocus")); }
+int32_t DBusMicroscopeService::ZUpperLimit() { return asInt32(read("ZUpperLimit")); }
+void DBusMicroscopeService::setZUpperLimit(int32_t v) { command("setZUpperLimit", {I(v)}); }
 
 // --- XY stage ---------------------------------------------------------------------------
-int32_t DBusMicroscopeService::XYDriveXPosition() { return asInt32(callDevice("XYDriveXPosition")); }
-void DBusMicroscopeService::setXYDriveXPosition(int32_t v) { callDevice("setXYDriveXPosition", {I(v)}); }
-int32_t DBusMicroscopeService::XYDriveYPosition() { return asInt32(callDevice("XYDriveYPosition")); }
-void DBusMicroscopeService::setXYDriveYPosition(int32_t v) { callDevice("setXYDriveYPosition", {I(v)}); }
-int16_t DBusMicroscopeService::XYDriveIsEscape() { return asInt16(callDevice("XYDriveIsEscape")); }
-void DBusMicroscopeService::setXYDriveIsEscape(int16_t v) { callDevice("setXYDriveIsEscape", {N(v)}); }
-void DBusMicroscopeService::XYDriveMove(int32_t x, int32_t y) { callDevice("XYDriveMove", {I(x), I(y)}); }
-int16_t DBusMicroscopeService::XYDriveMode() { return asInt16(callDevice("XYDriveMode")); }
-void DBusMicroscopeService::setXYDriveMode(int16_t v) { callDevice("setXYDriveMode", {N(v)}); }
+int32_t DBusMicroscopeService::XYDriveXPosition() { return asInt32(read("XYDriveXPosition")); }
+void DBusMicroscopeService::setXYDriveXPosition(int32_t v) { command("setXYDriveXPosition", {I(v)}); }
+int32_t DBusMicroscopeService::XYDriveYPosition() { return asInt32(read("XYDriveYPosition")); }
+void DBusMicroscopeService::setXYDriveYPosition(int32_t v) { command("setXYDriveYPosition", {I(v)}); }
+int16_t DBusMicroscopeService::XYDriveIsEscape() { return asInt16(read("XYDriveIsEscape")); }
+void DBusMicroscopeService::setXYDriveIsEscape(int16_t v) { command("setXYDriveIsEscape", {N(v)}); }
+void DBusMicroscopeService::XYDriveMove(int32_t x, int32_t y) { command("XYDriveMove", {I(x), I(y)}); }
+int16_t DBusMicroscopeService::XYDriveMode() { return asInt16(read("XYDriveMode")); }
+void DBusMicroscopeService::setXYDriveMode(int16_t v) { command("setXYDriveMode", {N(v)}); }
 
 // --- observation methods ---------------------------------------------------------------
-int16_t DBusMicroscopeService::PresetsObservationMode() { return asInt16(callDevice("PresetsObservationMode")); }
-void DBusMicroscopeService::setPresetsObservationMode(int16_t v) { callDevice("setPresetsObservationMode", {N(v)}); }
-QString DBusMicroscopeService::ObservationName(int16_t n) { return callDevice("ObservationName", {N(n)}).toString(); }
+int16_t DBusMicroscopeService::PresetsObservationMode() { return asInt16(read("PresetsObservationMode")); }
+void DBusMicroscopeService::setPresetsObservationMode(int16_t v) { command("setPresetsObservationMode", {N(v)}); }
+QString DBusMicroscopeService::ObservationName(int16_t n) { return read("ObservationName", {N(n)}).toString(); }
 void DBusMicroscopeService::setObservationName(int16_t n, const QString& name)
 {
-    callDevice("setObservationName", {N(n), QVariant(name)});
+    command("setObservationName", {N(n), QVariant(name)});
 }
 
 ObservationPositions DBusMicroscopeService::ObservationPosition(int16_t n)
 {
-    const QVariant v = callDevice("ObservationPosition", {N(n)});
+    const QVariant v = read("ObservationPosition", {N(n)});
     int32_t f[11] = {};
     if (v.userType() == qMetaTypeId<QDBusArgument>()) {
         const QDBusArgument arg = v.value<QDBusArgument>();
@@ -303,41 +435,50 @@ void DBusMicroscopeService::setObservationPosition(int16_t n, const ObservationP
     arg << p.lamp << p.nd << p.fieldStop << p.condenser << p.apertureStop << p.filter << p.shutter
         << p.analyzer << p.objective << p.path << p.zoom;
     arg.endStructure();
-    callDevice("setObservationPosition", {N(n), QVariant::fromValue(arg)});
+    command("setObservationPosition", {N(n), QVariant::fromValue(arg)});
 }
 
 double DBusMicroscopeService::CustomValue(int16_t device, int16_t n, int16_t address)
 {
-    return callDevice("CustomValue", {N(device), N(n), N(address)}).toDouble();
+    return read("CustomValue", {N(device), N(n), N(address)}).toDouble();
 }
 void DBusMicroscopeService::CustomObservation(int16_t device, int16_t n, int16_t address, double value)
 {
-    callDevice("CustomObservation", {N(device), N(n), N(address), D(value)});
+    command("CustomObservation", {N(device), N(n), N(address), D(value)});
 }
 
 // --- tables ---------------------------------------------------------------------------
-QVector<int32_t> DBusMicroscopeService::ObjectiveNumbers() { return asVector<int32_t>(callDevice("ObjectiveNumbers")); }
-QStringList DBusMicroscopeService::ObjectiveNames() { return callDevice("ObjectiveNames").toStringList(); }
-QStringList DBusMicroscopeService::ObjectiveSeriesNames() { return callDevice("ObjectiveSeriesNames").toStringList(); }
-QStringList DBusMicroscopeService::ObjectiveTypeNames() { return callDevice("ObjectiveTypeNames").toStringList(); }
-QVector<double> DBusMicroscopeService::ObjectiveRates() { return asVector<double>(callDevice("ObjectiveRates")); }
-QVector<double> DBusMicroscopeService::ObjectiveWDs() { return asVector<double>(callDevice("ObjectiveWDs")); }
-QVector<double> DBusMicroscopeService::ObjectiveNAs() { return asVector<double>(callDevice("ObjectiveNAs")); }
-QVector<int32_t> DBusMicroscopeService::FilterNumbers() { return asVector<int32_t>(callDevice("FilterNumbers")); }
-QStringList DBusMicroscopeService::FilterNames() { return callDevice("FilterNames").toStringList(); }
-QVector<int32_t> DBusMicroscopeService::FilterReikis() { return asVector<int32_t>(callDevice("FilterReikis")); }
-QVector<int32_t> DBusMicroscopeService::FilterDMs() { return asVector<int32_t>(callDevice("FilterDMs")); }
-QVector<int32_t> DBusMicroscopeService::FilterKyusyus() { return asVector<int32_t>(callDevice("FilterKyusyus")); }
-QStringList DBusMicroscopeService::FilterEXNames() { return callDevice("FilterEXNames").toStringList(); }
-QStringList DBusMicroscopeService::FilterDMNames() { return callDevice("FilterDMNames").toStringList(); }
-QStringList DBusMicroscopeService::FilterBANames() { return callDevice("FilterBANames").toStringList(); }
-QVector<int32_t> DBusMicroscopeService::CondenserNumbers() { return asVector<int32_t>(callDevice("CondenserNumbers")); }
-QStringList DBusMicroscopeService::CondenserNames() { return callDevice("CondenserNames").toStringList(); }
+QVector<int32_t> DBusMicroscopeService::ObjectiveNumbers() { return asVector<int32_t>(read("ObjectiveNumbers")); }
+QStringList DBusMicroscopeService::ObjectiveNames() { return read("ObjectiveNames").toStringList(); }
+QStringList DBusMicroscopeService::ObjectiveSeriesNames() { return read("ObjectiveSeriesNames").toStringList(); }
+QStringList DBusMicroscopeService::ObjectiveTypeNames() { return read("ObjectiveTypeNames").toStringList(); }
+QVector<double> DBusMicroscopeService::ObjectiveRates() { return asVector<double>(read("ObjectiveRates")); }
+QVector<double> DBusMicroscopeService::ObjectiveWDs() { return asVector<double>(read("ObjectiveWDs")); }
+QVector<double> DBusMicroscopeService::ObjectiveNAs() { return asVector<double>(read("ObjectiveNAs")); }
+QVector<int32_t> DBusMicroscopeService::FilterNumbers() { return asVector<int32_t>(read("FilterNumbers")); }
+QStringList DBusMicroscopeService::FilterNames() { return read("FilterNames").toStringList(); }
+QVector<int32_t> DBusMicroscopeService::FilterReikis() { return asVector<int32_t>(read("FilterReikis")); }
+QVector<int32_t> DBusMicroscopeService::FilterDMs() { return asVector<int32_t>(read("FilterDMs")); }
+QVector<int32_t> DBusMicroscopeService::FilterKyusyus() { return asVector<int32_t>(read("FilterKyusyus")); }
+QStringList DBusMicroscopeService::FilterEXNames() { return read("FilterEXNames").toStringList(); }
+QStringList DBusMicroscopeService::FilterDMNames() { return read("FilterDMNames").toStringList(); }
+QStringList DBusMicroscopeService::FilterBANames() { return read("FilterBANames").toStringList(); }
+QVector<int32_t> DBusMicroscopeService::CondenserNumbers() { return asVector<int32_t>(read("CondenserNumbers")); }
+QStringList DBusMicroscopeService::CondenserNames() { return read("CondenserNames").toStringList(); }
 
 // --- raw commands ----------------------------------------------------------------------
-void DBusMicroscopeService::SendCommand(const QString& command, QString& reply)
+void DBusMicroscopeService::SendCommand(const QString& text, QString& reply)
 {
-    reply = callDevice("SendCommand", {QVariant(command)}).toString();
+    // The reads among the raw commands (a stored stage offset) may be in the
+    // picture; any other text goes to the controller.
+    const QVariantList args{QVariant(text)};
+    if (const SnapshotPicture::Entry* e = pictured(QStringLiteral("SendCommand"), args, false)) {
+        if (e->failure != 0)
+            throw RunTimeError(e->failure, e->failureText);
+        reply = e->value.toString();
+        return;
+    }
+    reply = command("SendCommand", args).toString();
 }
 
 #undef N

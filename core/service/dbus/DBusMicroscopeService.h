@@ -8,17 +8,26 @@
 // held back (all but an escape, while a panel opens a way for it). Failures
 // throw RunTimeError with the service's 32-bit code.
 //
+// Before its first call the client asks the service for its interface version
+// and refuses one it cannot use (ZentorBus::IncompatibleService, with a sentence saying
+// which versions); every answer must have the type the interface file gives,
+// else the call fails with a sentence naming the member and both types.
+//
 // Connect() binds the client to the service process that answered it (its
 // unique bus name). When that process dies, every later call fails and
 // DeviceStatus throws, so the application's liveness check notices; the
 // client never reconnects to a new process by itself.
 #include "core/service/MicroscopeService.h"
+#include "core/service/dbus/SnapshotPicture.h"
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+
+class QEventLoop;
 
 class DBusMicroscopeService : public MicroscopeService {
     Q_OBJECT
@@ -37,6 +46,14 @@ public:
     QString boundService() const { return m_peer; }
     // An empty round trip to the connected microscope's object (bench).
     void Ping();
+    // How long one call may wait for its answer (kCallTimeoutMs unless set):
+    // the conformance program bounds a move that never ends.
+    void setCallTimeout(int ms) { m_timeoutMs = ms; }
+    // The version the service answered, after the first call; empty before.
+    QString serviceVersion() const { return m_version; }
+    // Calls that this process's clients have made to the microscope service
+    // so far (benchmarks count the round trips of an operation with it).
+    static uint64_t callsMade();
 
     void Connect(int16_t index) override;
     void Disconnect() override;
@@ -151,21 +168,95 @@ public:
 
     void SendCommand(const QString& command, QString& reply) override;
 
+    // Reads that belong together are answered from the service's Snapshot:
+    // one picture of the microscope (and one of the manager's list), taken at
+    // the first read of the outermost pair, kept current by the events that
+    // follow it in their order, and let go at its end. A picture taken before
+    // the operator was asked something (a message box) is taken afresh. A
+    // service without Snapshot is read one value at a time, and the trace
+    // says so once. See SnapshotPicture.h for what is not believed.
+    void beginReads() override;
+    void endReads() override;
+    // Whether reads are now answered from a picture of the microscope (tests).
+    bool readsFromPicture() const { return m_pictureUsable; }
+
 private slots:
     void onEvent(const QString& message);
+    void onPictureReply(const QDBusMessage& reply);
+    void onPictureError(const QDBusError& error, const QDBusMessage& call);
 
 private:
+    // A read of the connected microscope: from the picture inside a group of
+    // reads when it holds it, else a call.
+    QVariant read(const char* member, const QVariantList& args = {});
+    // A read of the manager, the same way.
+    QVariant readManager(const char* member, const QVariantList& args = {});
+    // A command: always a call. What it may change is taken out of the
+    // picture, so that later reads of the group ask the service.
+    QVariant command(const char* member, const QVariantList& args = {});
+    void forgetChangedBy(const QString& member, const QVariantList& args);
+    // The picture's entry for a read, taking the picture first when the group
+    // has none yet (or its one is stale); nullptr: ask the service.
+    const SnapshotPicture::Entry* pictured(const QString& member, const QVariantList& args, bool counted = true);
+    const SnapshotPicture::Entry* picturedList(const QString& member, const QVariantList& args);
+    void takePicture();
+    void pictureTaken();
+    void takeListPicture();
+    // How a Snapshot reply was taken, into the trace.
+    void traceTaken(const QString& whose, const SnapshotPicture::Taken& taken);
+    void traceNoSnapshot(const QString& whose);
+    void letPicturesGo();
+    // Forgets the pictures and the event count of a former connection.
+    void resetPictures();
     // A call to the manager object under the well-known name.
     QDBusMessage callManager(const QString& member, const QVariantList& args);
     // A call to the connected microscope; throws when not connected.
     QVariant callDevice(const char* member, const QVariantList& args = {});
     // Sends, waits with the user's input held back, throws on an error reply.
     QDBusMessage exchange(QDBusMessage message);
+    // Asks the service's interface version once (unless another client of
+    // this process was told it by the same process); throws when it cannot
+    // serve us.
+    void ensureCompatible();
+    bool recallVersion();
+    void acceptVersion(const QString& told, const QString& owner);
+    void checkOwner(const QDBusMessage& reply);
+    QString versionKey() const;
+    QString serviceWho() const;
+    // Whether the version the service answered has Snapshot (1.1 on).
+    bool versionOffersSnapshot() const;
     void unsubscribe();
 
     QDBusConnection m_bus;
     QString m_serviceName;
     QString m_peer;     // unique name of the process bound by Connect
     QString m_path;     // object path of the connected microscope
+    QString m_version;  // the service's interface version, once asked
+    QString m_versionOwner;   // the unique name of the process that told it
+    int m_timeoutMs = kCallTimeoutMs;
     bool m_subscribed = false;
+
+    // --- reads answered from pictures ------------------------------------------
+    int m_readDepth = 0;                 // open beginReads() pairs
+    SnapshotPicture m_picture;           // of the connected microscope
+    bool m_pictureAsked = false;         // asked for in this group
+    bool m_pictureUsable = false;
+    bool m_takingPicture = false;
+    uint64_t m_pictureMarks = 0;         // operator waits when it was asked for
+    SnapshotPicture m_listPicture;       // of the manager's list
+    bool m_listAsked = false;
+    bool m_listUsable = false;
+    uint64_t m_listMarks = 0;
+    // Sequence number of the last event applied, once a picture has told
+    // where the count stands: the event after a reply of sequence S is S + 1.
+    bool m_counting = false;
+    uint64_t m_sequence = 0;
+    bool m_noSnapshot = false;           // the bound service has no Snapshot
+    bool m_listNoSnapshot = false;       // the manager has none
+    QStringList m_readSingly;            // reads of this group the picture did not hold
+    // The picture's reply, handed over by onPictureReply in the order of the
+    // events around it.
+    QEventLoop* m_pictureWait = nullptr;
+    bool m_pictureDone = false;
+    static uint64_t s_callsMade;
 };

@@ -302,6 +302,49 @@ TEST(FocusPanel, UpperLimitSettingLiftsTheLimitAndClosingDoesNotRestoreIt) {
     EXPECT_EQ(rig.iniValue("UpperLimit Setting", "Top"), QStringLiteral("<absent>"));
 }
 
+TEST(FocusPanel, AFractionalMagnificationTakesTheSpeedOfItsRowAndAGapTakesFour) {
+    const QString stand = writtenStand(QStringLiteral("fractional-objectives"), R"({"name": "Low powers",
+        "units": ["Q7s", "HBX-A", "Z"], "camera": null,
+        "objectives": [
+          {"number": 11, "name": "Plan 1.25x", "series": "PL", "type": "Plan", "rate": 1.25, "wd": 5.1, "na": 0.04, "apertureStop": 0, "fieldStop": 0, "nd": 100},
+          {"number": 12, "name": "Plan 2.5x", "series": "PL", "type": "Plan", "rate": 2.5, "wd": 8.8, "na": 0.075, "apertureStop": 0, "fieldStop": 0, "nd": 100},
+          {"number": 13, "name": "Odd 20.5x", "series": "PL", "type": "Plan", "rate": 20.5, "wd": 1, "na": 0.5, "apertureStop": 0, "fieldStop": 0, "nd": 100},
+          {"number": 14, "name": "Plan 100x", "series": "PL", "type": "Plan", "rate": 100, "wd": 0.1, "na": 1.4, "apertureStop": 0, "fieldStop": 0, "nd": 100}]})");
+    MotionRig rig({stand});
+    auto* z = rig.open<frmSubZ>(kZ);
+    ASSERT_NE(z, nullptr);
+    const auto speedAt = [&](int16_t address) {
+        rig.mic.setNosepiecePosition(address);
+        pumpEvents();
+        return rig.service.stand(1)->focusSpeedCode();
+    };
+    EXPECT_EQ(speedAt(2), 2);   // 2.5x
+    EXPECT_EQ(speedAt(4), 6);   // 100x
+    EXPECT_EQ(speedAt(1), 2);   // 1.25x
+    EXPECT_EQ(speedAt(3), 4);   // 20.5x, between the rows
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+}
+
+TEST(FocusPanel, UpperLimitSettingWarnsAndLiftsTheLimitOnEachActivation) {
+    MotionRig rig;
+    const QString warning = QStringLiteral("Z upper limit was canceled. Please take care and set up.");
+    auto* z = openIn(rig, frmSubZ::kUpperLimitSetting);
+    ASSERT_NE(z, nullptr);
+    z->activateWindow();
+    pumpEvents();
+    const int first = int(rig.boxes.texts().size());
+    ASSERT_GE(first, 1);
+    rig.mic.setZUpperLimit(150000);   // changed meanwhile, by another client
+    rig.owner.activateWindow();
+    pumpEvents();
+    z->activateWindow();
+    pumpEvents();
+    ASSERT_EQ(rig.boxes.texts().size(), first + 1);
+    EXPECT_EQ(rig.boxes.texts().last(), warning);
+    EXPECT_EQ(rig.mic.ZUpperLimit(), 40000);
+    EXPECT_EQ(z->savedUpperLimit(), 150000);
+}
+
 TEST(FocusPanel, UpperLimitMemorySetsTheLimitAtThePositionOrRefusesBelowTheLower) {
     MotionRig rig;
     auto* z = openIn(rig, frmSubZ::kUpperLimitSetting);

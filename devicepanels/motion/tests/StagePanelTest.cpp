@@ -1,7 +1,8 @@
 // The stage panel in its two modes: origins, steps scaled by the objective,
-// click to go, the right-button drag run by Timer1 (dead zone, speed by
-// distance, never past the travel), memories, offsets per objective, escape,
-// and positions streaming in while the stage runs.
+// click to go, a left press that commands the stage where the map shows it,
+// the right-button drag run by Timer1 (dead zone, speed by distance, the raw
+// target sent and refused past the travel), memories, offsets per objective,
+// escape, and positions streaming in while the stage runs.
 #include "devicepanels/motion/tests/MotionRig.h"
 #include "devicepanels/motion/frmSubStage.h"
 #include "widgets/PanelControls.h"
@@ -84,20 +85,65 @@ TEST(StagePanel, TheRightButtonDragRunsTheStageFasterTheFartherFromTheCentre) {
     EXPECT_EQ(rig.mic.XYDriveMode(), 0);
 }
 
-TEST(StagePanel, ADragPastTheTravelStopsTheStageAtItsEndWithoutARefusal) {
+namespace {
+// The widget point of the map's own coordinates (0 to 2010, 1005 the centre).
+QPoint mapUnits(usrStage* w, double x, double y) {
+    const QRectF m = w->mapRect();
+    return QPointF(m.left() + x / 2010 * m.width(), m.top() + y / 2010 * m.height()).toPoint();
+}
+} // namespace
+
+TEST(StagePanel, ADragFarPastTheTravelSendsTheRawTargetAndTheDrivesRefusalEndsIt) {
     MotionRig rig;
-    rig.mic.XYDriveMove(-99000, 0);
+    const int32_t low = int32_t(rig.mic.LowerLimit(LimitIndex::XYDriveX));
+    rig.mic.XYDriveMove(low + 1000, 0);
     pumpEvents();
     auto* p = rig.open<frmSubStage>(kXY);
-    p->usrXYScroll_MouseDown(2, 0, 1005, 1005);
-    p->usrXYScroll_MouseMove(2, 0, 2010, 1005);
-    for (int i = 0; i < 5; ++i) {
-        p->Timer1_Timer();
-        pumpEvents(1);
-    }
-    EXPECT_EQ(rig.mic.XYDriveXPosition(), int32_t(rig.mic.LowerLimit(LimitIndex::XYDriveX)));
-    EXPECT_TRUE(rig.boxes.texts().isEmpty());
-    p->usrXYScroll_MouseDown(2, 0, 2010, 1005);
+    usrStage* w = p->usrXYScroll;
+    const int16_t mode = rig.mic.XYDriveMode();
+    // A right press on the map starts the drag; the pointer then goes to the
+    // map's right edge, the fastest drag, asking 5000 counts a tick.
+    QTest::mousePress(w, Qt::RightButton, {}, mapUnits(w, 1005, 1005));
+    QTest::mouseRelease(w, Qt::RightButton, {}, mapUnits(w, 1005, 1005));
+    ASSERT_TRUE(p->Timer1.isActive());
+    const QPointF edge(mapUnits(w, 2005, 1005));
+    QMouseEvent far(QEvent::MouseMove, edge, w->mapToGlobal(edge), Qt::NoButton, Qt::RightButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(w, &far);
+    EXPECT_EQ(p->dX(), -100);
+    // The first tick asks for a target below the travel; the drive refuses.
+    QTest::qWait(60);
+    pumpEvents();
+    EXPECT_EQ(rig.boxes.texts(), QStringList{QStringLiteral("XYDrive_XPosition Limitation")});
+    EXPECT_EQ(rig.mic.XYDriveXPosition(), low + 1000);
+    // The refusal ends the drag as a second right press would.
+    EXPECT_FALSE(p->Timer1.isActive());
+    EXPECT_TRUE(p->btnSetting->isVisible());
+    EXPECT_EQ(rig.mic.XYDriveMode(), mode);
+}
+
+TEST(StagePanel, ALeftPressOnTheMapCommandsAMoveWhichAnEscapedStageRefuses) {
+    MotionRig rig;
+    auto* p = rig.open<frmSubStage>(kXY);
+    usrStage* w = p->usrXYScroll;
+    rig.mic.setXYDriveIsEscape(1);
+    pumpEvents();
+    // The press alone sends XYDrive.Move to where the map shows the stage;
+    // the escaped stage refuses it with its limitation.
+    QTest::mousePress(w, Qt::LeftButton, {}, mapUnits(w, 500, 500));
+    pumpEvents();
+    EXPECT_EQ(rig.boxes.texts(), QStringList{QStringLiteral("XYDrive_Move Limitation")});
+    QTest::mouseRelease(w, Qt::LeftButton, {}, mapUnits(w, 500, 500));
+    pumpEvents();
+    rig.mic.setXYDriveIsEscape(0);
+    pumpEvents();
+    rig.boxes.clear();
+    // Not escaped, the press moves nothing: the stage is where the map shows it.
+    const int32_t x = rig.mic.XYDriveXPosition();
+    QTest::mousePress(w, Qt::LeftButton, {}, mapUnits(w, 500, 500));
+    pumpEvents();
+    EXPECT_EQ(rig.mic.XYDriveXPosition(), x);
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+    QTest::mouseRelease(w, Qt::LeftButton, {}, mapUnits(w, 500, 500));
 }
 
 TEST(StagePanel, RulerStepsMoveOneAxisByTheStep) {
@@ -139,6 +185,29 @@ TEST(StagePanel, XYSettingRemembersTheStagePositionOfTheObjective) {
     PanelRig::click(p->btnClose);
     pumpEvents();
     EXPECT_EQ(rig.iniValue("XY Setting", "Top"), QStringLiteral("<absent>"));
+}
+
+TEST(StagePanel, AnOffsetAtOneEndOfTheTravelReadsAgainstAnOriginAtTheOther) {
+    MotionRig rig;
+    const int32_t xMin = int32_t(rig.mic.LowerLimit(LimitIndex::XYDriveX));
+    const int32_t xMax = int32_t(rig.mic.UpperLimit(LimitIndex::XYDriveX));
+    const int32_t yMin = int32_t(rig.mic.LowerLimit(LimitIndex::XYDriveY));
+    const int32_t yMax = int32_t(rig.mic.UpperLimit(LimitIndex::XYDriveY));
+    mainState().mXY.setXORGIN(xMin);
+    mainState().mXY.setYORGIN(yMax);
+    rig.mic.XYDriveMove(xMax, yMin);
+    pumpEvents();
+    auto* p = qobject_cast<frmSubStage*>(openMotionPanel(kXY, frmSubStage::kSetting, -1));
+    pumpEvents();
+    ASSERT_NE(p, nullptr);
+    const int16_t a = mainState().mObj.Address();
+    PanelRig::click(p->BtnMemory);
+    EXPECT_EQ(p->usrAdd->Label(a), QStringLiteral("%1 :  X : %2  Y :%3")
+                                       .arg(a)
+                                       .arg(vb::numberText((double(xMax) - xMin) * 0.5))
+                                       .arg(vb::numberText((double(yMin) - yMax) * 0.5)));
+    EXPECT_EQ(p->Text1->Caption(), QStringLiteral("X ") + mainState().mXY.Format_XCount() + QStringLiteral(" um"));
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
 }
 
 TEST(StagePanel, EscapeTogglesTheStage) {

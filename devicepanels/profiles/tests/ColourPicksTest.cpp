@@ -1,7 +1,7 @@
 // The operator's filter colours: the EX and BA areas of the light path
 // drawing open the colour dialog (answered by the test), the choice is drawn
 // at once and kept in FilterColor.txt for that cube, a cancel keeps -1, and
-// clearing goes back to the wavelength's colour.
+// the picker's sample patch shows the dialog's last answer.
 #include "EditorTestSupport.h"
 
 #include "widgets/usrPath_M.h"
@@ -9,6 +9,7 @@
 #include "models/optics/WaveColor.h"
 #include "devicepanels/profiles/ColourPicker.h"
 #include "devicepanels/profiles/ColourPicks.h"
+#include "widgets/Units.h"
 #include "widgets/usrButton.h"
 
 #include <QSignalSpy>
@@ -91,15 +92,6 @@ TEST_F(ColourTest, ACancelledColourDialogKeepsMinusOneAndTheFileStoresIt) {
     EXPECT_EQ(answer.asked(), QList<Dialogs::Kind>{Dialogs::Colour});
 }
 
-TEST_F(ColourTest, ClearingAChoiceGoesBackToTheWavelengthsColour) {
-    Dialogs::Answerer answer({}, [](int32_t) { return 0x00FF00; });
-    ColourPicks::Choose(mainState(), &path, ColourPicks::Barrier, &path, 0);
-    EXPECT_EQ(path.BaColor(), 0x00FF00);
-    ColourPicks::Clear(mainState(), &path, ColourPicks::Barrier);
-    EXPECT_EQ(path.BaColor(), Wave_RGB(505));
-    EXPECT_EQ(colourLine(3), QByteArray("3,16777215,16777215,0,0\r"));
-}
-
 TEST_F(ColourTest, ACubeWithoutAFilterOffersNoColour) {
     mainState().mFilter.setAddress(1);
     Dialogs::Answerer answer({}, [](int32_t) { return 0x00FF00; });
@@ -164,13 +156,35 @@ TEST_F(ColourTest, ThePickersColourButtonAsksTheDialogAndACancelKeepsMinusOne) {
     EXPECT_EQ(answer.asked(), QList<Dialogs::Kind>{Dialogs::Colour});
     EXPECT_EQ(path.BaColor(), -1);
     EXPECT_EQ(colourLine(3), QByteArray("3,16777215,-1,0,1\r"));
-    // The wavelength button of a new picker goes back to the wavelength's colour.
+    // The picker has no way back to the wavelength's colour.
     picker = ColourPicker::open(ColourPicks::Barrier, &path, &anchor);
     ASSERT_NE(picker, nullptr);
-    QTest::mouseClick(picker->btnWave, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
-    EXPECT_EQ(path.BaColor(), Wave_RGB(505));
-    EXPECT_EQ(colourLine(3), QByteArray("3,16777215,16777215,0,0\r"));
-    EXPECT_EQ(answer.asked().size(), 1);
+    for (usrButton* b : picker->findChildren<usrButton*>())
+        EXPECT_EQ(b, picker->selColor) << b->Caption().toStdString();
+    picker->close();
+}
+
+TEST_F(ColourTest, TheSamplePatchShowsTheColourDialogsLastAnswer) {
+    usrButton anchor;
+    anchor.show();
+    Dialogs::Answerer answer({}, [](int32_t) { return 0x123456; });
+    ColourPicker* picker = ColourPicker::open(ColourPicks::Excitation, &path, &anchor);
+    ASSERT_NE(picker, nullptr);
+    QTest::mouseClick(picker->selColor, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    picker = ColourPicker::open(ColourPicks::Excitation, &path, &anchor);
+    ASSERT_NE(picker, nullptr);
+    ASSERT_TRUE(picker->sample->isVisible());
+    const QImage seen = picker->sample->grab().toImage();
+    EXPECT_EQ(seen.pixelColor(seen.width() / 2, seen.height() / 2), zentor::colorFromBgr(0x123456));
+    // A pick on the strip is the drawing's colour, not the dialog's answer.
+    QTest::mouseClick(picker->strip, Qt::LeftButton, Qt::NoModifier, QPoint(4, 5));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    picker = ColourPicker::open(ColourPicks::Excitation, &path, &anchor);
+    ASSERT_NE(picker, nullptr);
+    const QImage again = picker->sample->grab().toImage();
+    EXPECT_EQ(again.pixelColor(again.width() / 2, again.height() / 2), zentor::colorFromBgr(0x123456));
+    picker->close();
 }
 
 TEST_F(ColourTest, NoPickerOpensForACubeWithoutAFilter) {

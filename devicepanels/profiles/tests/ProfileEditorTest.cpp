@@ -143,13 +143,41 @@ TEST_F(EditorTest, ABlankFirstLineLeavesAnEmptyCollection) {
     recorder->clear();
     pick(f->txtLamp, 1);
     EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("Profile_Data Error")});
-    // Saving an empty collection fails whole and writes nothing.
+    // Saving an empty collection creates the file and fails at its first
+    // record: the file stays empty.
     recorder->clear();
     const QString out = saved("empty-out.txt");
+    writeFile(out, "an older file\r\n");
     Dialogs::Answerer save([&](Dialogs::Kind) { return out; });
     click(f->btnSave);
     EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("File Save Error")});
-    EXPECT_FALSE(QFile::exists(out));
+    EXPECT_TRUE(QFile::exists(out));
+    EXPECT_EQ(readFile(out), QByteArray());
+}
+
+TEST_F(EditorTest, AProfileFileOfOneRecordReadsOneItemAndSavesOnlyItsLine) {
+    const QString path = saved("one.txt");
+    writeFile(path, defaultFile(1));
+    frmProfile* f = openEditor();
+    Dialogs::Answerer answer([&](Dialogs::Kind) { return path; });
+    recorder->clear();
+    click(f->btnRead);
+    EXPECT_EQ(f->items().size(), 1);
+    EXPECT_EQ(f->tabProfile->tabText(0), QStringLiteral("User"));
+    // As with five records, the look-up of the next tab fails.
+    EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("Profile_Data Error")});
+    const QString out = saved("one-out.txt");
+    writeFile(out, defaultFile(6));
+    Dialogs::Answerer save([&](Dialogs::Kind) { return out; });
+    recorder->clear();
+    click(f->btnSave);
+    EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("File Save Error")});
+    // The file holds the one record line and nothing after it.
+    const QByteArray written = readFile(out);
+    EXPECT_TRUE(written.startsWith("1,User,")) << written.constData();
+    EXPECT_EQ(written.count("\r\n"), 1);
+    EXPECT_TRUE(written.endsWith("\r\n"));
+    EXPECT_TRUE(f->isEnabled());
 }
 
 TEST_F(EditorTest, ANameOfSixteenCharactersIsRefusedAndTheOldTextReturns) {
@@ -298,7 +326,7 @@ TEST_F(EditorTest, SendGivesTheSelectedMethodToTheStandAndNamesTheMainPanelsEntr
     EXPECT_EQ(mic->ObservationName(7), QString());
 }
 
-TEST_F(EditorTest, SendAllGivesEverySixAndARefusedOneChangesNothingOfItsOwn) {
+TEST_F(EditorTest, SendAllGivesEverySixAndARefusedOneKeepsOnlyItsNewName) {
     const QString path = saved("objective9.txt");
     // Tab 4 asks for nosepiece address 9, which this stand does not have.
     writeFile(path, defaultFile(6).replace("4,User,0,1,", "4,Bad,0,9,"));
@@ -313,8 +341,9 @@ TEST_F(EditorTest, SendAllGivesEverySixAndARefusedOneChangesNothingOfItsOwn) {
     click(f->btnSend);
     EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("Observation_Position Send Error")});
     EXPECT_EQ(names.size(), 5);
-    // The refused method kept its name and codes on the stand; the others went.
-    EXPECT_EQ(mic->ObservationName(10), QStringLiteral("kept"));
+    // The refused method has its new name on the stand, which went first,
+    // and its old codes; the others went whole.
+    EXPECT_EQ(mic->ObservationName(10), QStringLiteral("Bad"));
     EXPECT_EQ(mic->ObservationPosition(10), ObservationPositions{});
     EXPECT_EQ(mic->ObservationName(12), QStringLiteral("User"));
     EXPECT_EQ(mic->ObservationPosition(12).objective, 1);

@@ -54,7 +54,7 @@ bool waitFor(const std::function<bool()>& done, int ms = 5000) {
 // The illuminator's fault interface, as a test rig or a service engineer calls it.
 void setSensor(const QString& name, int value) {
     QDBusMessage m = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
-                                                    ZentorBus::ControlInterface, QStringLiteral("SetSensor"));
+                                                    ZentorBus::FiberControlInterface, QStringLiteral("SetSensor"));
     m << name << QVariant::fromValue<short>(short(value));
     const QDBusMessage r = QDBusConnection::sessionBus().call(m);
     ASSERT_EQ(r.type(), QDBusMessage::ReplyMessage) << r.errorMessage().toStdString();

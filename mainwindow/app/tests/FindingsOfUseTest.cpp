@@ -4,12 +4,17 @@
 #include "MainWindowTestSupport.h"
 
 #include "core/settings/SettingsPaths.h"
+#include "mainwindow/mainpanel/MainPanel.h"
 #include "models/optics/FilterColorFile.h"
+#include "state/FormRegistry.h"
+#include "widgets/usrButton.h"
 
 #include <QCursor>
 #include <QGuiApplication>
 #include <QMessageBox>
 #include <QSettings>
+#include <QTest>
+#include <QWindow>
 #include <gtest/gtest.h>
 
 namespace {
@@ -206,6 +211,39 @@ TEST(CloseOnSignal, ABoxAlreadyUpIsDismissedAndTheWindowCloses) {
     EXPECT_EQ(watchdog.closed, 0) << "the box waited for an answer";
     EXPECT_TRUE(w->unloaded());
     MsgBox::setUnattended(false);
+}
+
+TEST(MessageBox, OpensAboveAnOpenDevicePanel) {
+    clearFiles();
+    MainRun run({standFile("full-system.json")});
+    frmMain* w = nullptr;
+    {
+        MsgBox::Recorder rec;
+        w = run.start();
+    }
+    QWidget* panel = nullptr;
+    {
+        MsgBox::Recorder rec;
+        auto* button = w->ui->btnObj[0];
+        QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+        for (int i = 0; i < 150 && !(panel && panel->isVisible()); ++i) {
+            pump(20);
+            panel = FormRegistry::loaded(QStringLiteral("frmSubObj"));
+        }
+    }
+    ASSERT_NE(panel, nullptr) << "no device panel opened";
+    ASSERT_TRUE(panel->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
+    bool onTop = false;
+    QTimer::singleShot(100, w, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        onTop = box->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint);
+        box->done(QMessageBox::Ok);
+    });
+    BoxWatchdog watchdog(3000);
+    MsgBox::show(QStringLiteral("Position_Change Error"));
+    EXPECT_TRUE(onTop) << "the box can open beneath the panel";
 }
 
 TEST(MessageBox, StandsDarkOverTheCentreOfTheWindow) {

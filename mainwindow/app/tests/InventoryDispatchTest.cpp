@@ -395,6 +395,29 @@ TEST(Dispatch, ObservationModeIsMarkedOnlyWhereTheHardwareOffersIt) {
     }
 }
 
+TEST(Dispatch, TheObservationEventLightsAnEntryByTheSameStepsAsTheStatusRead) {
+    // The stand and both hubs, but no condenser: the status read lights no
+    // built-in method, and neither does the event.
+    const QString file = customStand(QStringLiteral("no-condenser-event"),
+        R"({"name": "Q7s Hubs No Condenser", "units": ["Q7s", "HBX-B", "HBX-A", "Z"], "camera": null,
+            "devices": {"Nosepiece": {}, "FilterBlockCassette": {}, "ZDrive": {}}})");
+    Connected c({file});
+    ASSERT_EQ(mainState().mCon.SETUP(), 0);
+    ASSERT_EQ(mainState().mObj.SETUP(), 1);
+    c.event(QStringLiteral("AppPresetsObservationMode:9"));
+    EXPECT_EQ(c.ui()->labObserveU[3]->BackColor(), 0x28BEE6);
+    EXPECT_EQ(c.ui()->ObservationShown, 9);
+    for (int mode : {1, 2, 4}) {
+        c.event(QStringLiteral("AppPresetsObservationMode:%1").arg(mode));
+        EXPECT_EQ(mainState().ObservationNow, mode);
+        for (int i = 1; i <= 7; ++i)
+            EXPECT_NE(c.ui()->btnObserve[i]->BackColor(), 0x28BEE6) << mode << " " << i;
+        EXPECT_NE(c.ui()->labObserveU[3]->BackColor(), 0x28BEE6) << mode;
+        // Nothing lit: the entry shown keeps its value.
+        EXPECT_EQ(c.ui()->ObservationShown, 9) << mode;
+    }
+}
+
 TEST(Dispatch, AnOpenSubPanelIsRefreshedAClosedOneIsNeitherTouchedNorLoaded) {
     Connected c({standFile("full-system.json")});
     int created = 0;

@@ -78,8 +78,8 @@ struct MainRun {
     std::unique_ptr<SimulatedService> service;
     std::unique_ptr<frmMain> w;
 
-    explicit MainRun(const QStringList& descriptions) {
-        service = std::make_unique<SimulatedService>(StandClock::instant(), descriptions);
+    explicit MainRun(const QStringList& descriptions, StandClock clock = StandClock::instant()) {
+        service = std::make_unique<SimulatedService>(clock, descriptions);
         SimulatedService* shared = service.get();
         ServiceSource::setMaker([shared]() -> std::unique_ptr<MicroscopeService> {
             return std::make_unique<SimulatedMicroscope>(shared);

@@ -4,8 +4,8 @@
 # (openbox, which frames the window with a title bar), run inside a private
 # session bus and an X server like end-to-end-window.sh. Checks what only a
 # framed window shows:
-#  - the stored position is the frame's: the compact look, started from /C and
-#    from Open=2, keeps Top and Left over successive runs with the title bar
+#  - the stored position is the frame's: the compact look, started from
+#    Open=2 (and /C), keeps Top and Left over successive runs with the title bar
 #    on the screen, and a stored place above the screen comes back onto it;
 #  - switching the microscope from the Connection list leaves that section
 #    drawn alone (no Observation Method section over it);
@@ -74,15 +74,15 @@ frame_top() {
 
 # ---- 1. the compact look keeps its place, run after run --------------------
 mkdir -p "$(dirname "$ini")"
-printf '[Form_Position]\r\nTop=1500\r\nLeft=1200\r\n' >"$ini"
+printf '[Form_Position]\r\nTop=1500\r\nLeft=1200\r\nOpen=2\r\n' >"$ini"
 tops=""
 for run in 1 2 3; do
-  if [ $run -eq 1 ]; then start_panel /SIM /C; else start_panel /SIM; fi   # then Open=2
+  if [ $run -eq 1 ]; then start_panel /SIM /C; else start_panel /SIM; fi   # Open=2 stays
   ft=$(frame_top)
   [ "$ft" -ge 0 ] || fail "run $run: the title bar is above the screen (frame top $ft)"
   [ "$ft" -eq 100 ] || fail "run $run: the frame stands at $ft, not at the stored 1500 twips (100 px)"
   stop_panel
-  [ "$(stored Open)" = "2" ] || fail "run $run: the compact look was not stored"
+  [ "$(stored Open)" = "2" ] || fail "run $run: the start-up look Open=2 was not kept"
   tops="$tops $(stored Top),$(stored Left)"
 done
 echo "stored Top,Left over three runs:$tops"

@@ -81,12 +81,13 @@ TEST_F(ObservationTest, ConnectedAUserEntrySendsItsNumberAndBecomesTheMode)
 {
     connectStand(0);
     panel->labObserveU[5]->setCaption(QStringLiteral("GFP live"));
-    panel->labObserveU_Click(5);
+    QTest::mouseClick(panel->labObserveU[5], Qt::LeftButton, {}, panel->labObserveU[5]->rect().center());
     EXPECT_EQ(mic->PresetsObservationMode(), 11);
     EXPECT_EQ(mainState().ObservationNow, 11);
     EXPECT_EQ(panel->ObservationShown, 11);
     EXPECT_EQ(panel->labObserve[7]->Tag(), "11");
-    EXPECT_EQ(panel->labObserve[7]->Caption(), "GFP live");
+    // The seventh entry takes the method's number, not its name.
+    EXPECT_EQ(panel->labObserve[7]->Caption(), QString());
     EXPECT_EQ(panel->labObserveU[5]->BackColor(), MainPanel::kSelected);
     EXPECT_TRUE(panel->isEnabled());
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);

@@ -40,7 +40,7 @@ TEST_F(ProfilesTest, TheProfileButtonOpensTheEditorAndItsNamesCaptionTheUserEntr
     delete f;
 }
 
-TEST_F(ProfilesTest, TheFilterAreasOfTheDrawingChooseAndClearTheCubesColours) {
+TEST_F(ProfilesTest, TheFilterAreasOfTheDrawingChooseTheCubesColoursAndARightClickDoesNothing) {
     const QString stand = writeDescription(QStringLiteral("cubes.json"),
         R"({"name": "Cubes", "units": ["Q7s"], "camera": null, "devices": {"FilterBlockCassette": {}},
             "filters": [{"number": 1, "name": "NONE", "reiki": 0, "dm": 0, "kyusyu": 0, "ex": "", "dmName": "", "ba": ""},
@@ -66,10 +66,13 @@ TEST_F(ProfilesTest, TheFilterAreasOfTheDrawingChooseAndClearTheCubesColours) {
     EXPECT_EQ(answer.asked(), QList<Dialogs::Kind>{Dialogs::Colour});
     EXPECT_EQ(path->ExColor(), 0x0000FF);
     EXPECT_EQ(FilterColor_Item(st.mFColor, 3).E_SET(), 1);
-    // A right click goes back to the wavelength's colour.
+    // A right click neither clears the choice nor opens anything.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QTest::mouseClick(path, Qt::RightButton, Qt::NoModifier, path->colorAreaRect(1).center());
-    EXPECT_EQ(path->ExColor(), Wave_RGB(470));
-    EXPECT_EQ(FilterColor_Item(st.mFColor, 3).E_SET(), 0);
+    EXPECT_EQ(path->ExColor(), 0x0000FF);
+    EXPECT_EQ(FilterColor_Item(st.mFColor, 3).E_SET(), 1);
+    EXPECT_EQ(ColourPicker::current(), nullptr);
+    EXPECT_EQ(answer.asked().size(), 1);
     // The BA button beside the drawing opens the barrier's picker; its strip gives a colour at once.
     QTest::mouseClick(panel->btnBa, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
     picker = ColourPicker::current();

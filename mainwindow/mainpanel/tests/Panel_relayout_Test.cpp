@@ -245,45 +245,6 @@ TEST_F(RelayoutTest, ThePanelsTakeTheHeightOfWhatTheyShowAndTheWindowRulesStay)
     EXPECT_EQ(p.window()->size(), window);
 }
 
-TEST_F(RelayoutTest, TheLargeAnalyzerLabelShowsTheDrawingsStateOnlyAsAHint)
-{
-    MainPanel& p = *panel;
-    EXPECT_EQ(p.AnaCmd[0]->HintShown(), QString());  // nothing open, nothing told
-    mainState().MicConnected = true;
-    EXPECT_EQ(p.AnaCmd[0]->HintShown(), QStringLiteral("OUT"));
-    p.usrMainPath->ShowAnalyzerIn();
-    EXPECT_EQ(p.AnaCmd[0]->HintShown(), QStringLiteral("IN"));
-    // The label itself stays as the dispatch leaves it.
-    EXPECT_EQ(p.AnaCmd[0]->Caption(), QString());
-    p.AnaCmd[0]->setCaption(QStringLiteral("IN"));
-    EXPECT_EQ(p.AnaCmd[0]->HintShown(), QString());
-}
-
-TEST_F(RelayoutTest, AnEmptiedLampLabelReadsOffWhileTheDrawingShowsTheLampDark)
-{
-    MainPanel& p = *panel;
-    mainState().MicConnected = true;
-    p.usrMainPath->ShowLampOff();
-    EXPECT_EQ(p.LampCmd[0]->HintShown(), QStringLiteral("Off"));
-    EXPECT_EQ(p.LampCmd[1]->HintShown(), QStringLiteral("Off"));
-    p.usrMainPath->ShowLampOn();
-    EXPECT_EQ(p.LampCmd[0]->HintShown(), QString());
-    p.usrMainPath->ShowLampOff();
-    p.LampCmd[0]->setCaption(QStringLiteral("Preset"));
-    EXPECT_EQ(p.LampCmd[0]->HintShown(), QString());
-    EXPECT_EQ(p.LampCmd[0]->Caption(), QStringLiteral("Preset"));
-}
-
-TEST_F(RelayoutTest, TheShutterCaptionOnTheDrawingFollowsTheShutter)
-{
-    MainPanel& p = *panel;
-    mainState().MicConnected = true;
-    p.usrMainPath->ShowShutterClose();
-    EXPECT_EQ(p.ShutterCmd[0]->HintShown(), QStringLiteral("CLOSE"));
-    p.usrMainPath->ShowShutterOpen();
-    EXPECT_EQ(p.ShutterCmd[0]->HintShown(), QStringLiteral("OPEN"));
-}
-
 TEST_F(RelayoutTest, LongNamesBesideTheSelectorArrowsAreDrawnWholeAndShortOnesAtFullSize)
 {
     MainPanel& p = *panel;
@@ -302,38 +263,6 @@ TEST_F(RelayoutTest, LongNamesBesideTheSelectorArrowsAreDrawnWholeAndShortOnesAt
     }
     p.ObjCmd[0]->setCaption(QStringLiteral("1: PL  Plan 4x/0.10"));
     EXPECT_EQ(p.ObjCmd[0]->font().pointSizeF(), designed);
-}
-
-// The lightest colour drawn in a label: its text's, on the dark panel.
-QColor lightestInk(QWidget* w)
-{
-    const QImage img = w->grab().toImage();
-    QColor best(Qt::black);
-    for (int y = 0; y < img.height(); ++y)
-        for (int x = 0; x < img.width(); ++x) {
-            const QColor c = img.pixelColor(x, y);
-            if (c.lightness() > best.lightness())
-                best = c;
-        }
-    return best;
-}
-
-TEST_F(RelayoutTest, TheDrawingsStatesReadAsLiveValuesNotAsDisabledGrey)
-{
-    MainPanel& p = *panel;
-    mainState().MicConnected = true;
-    p.usrMainPath->ShowLampOff();
-    p.usrMainPath->ShowShutterClose();
-    p.usrMainPath->ShowAnalyzerOut();
-    // A live reading of the same kind, for comparison.
-    p.NDcmd[0]->setCaption(QStringLiteral("OUT"));
-    const QColor live = lightestInk(p.NDcmd[0]);
-    for (PanelLabel* l : {p.LampCmd[0], p.LampCmd[1], p.AnaCmd[0], p.ShutterCmd[0]}) {
-        ASSERT_FALSE(l->HintShown().isEmpty());
-        const QColor ink = lightestInk(l);
-        EXPECT_GT(ink.lightness(), QColor(0x80, 0x85, 0x8c).lightness() + 40) << l->HintShown().toStdString();
-        EXPECT_LE(std::abs(ink.lightness() - live.lightness()), 24) << l->HintShown().toStdString();
-    }
 }
 
 // Readings as long as the shipped tables and the stage give them.

@@ -1,7 +1,7 @@
 // The command console: Enter and Send pass the raw command to the controller
 // only while the microscope is open, the reply shows as the controller wrote
-// it, an empty command goes as one, a failure leaves the reply as it was, and
-// Up and Down walk the commands sent this session.
+// it, an empty command goes as one, a failure leaves the reply as it was, any
+// other key only edits, and nothing of the console outlives it.
 #include "mainwindow/tools/tests/ToolRig.h"
 #include "mainwindow/tools/frmCommand.h"
 #include "widgets/usrButton.h"
@@ -91,28 +91,52 @@ TEST(Console, HugeAndNonAsciiCommandsAreAnsweredWithoutHarm) {
     EXPECT_TRUE(rig.boxes.texts().isEmpty());
 }
 
-TEST(Console, UpAndDownWalkTheCommandsSentThisSession) {
+TEST(Console, UpAndDownOnlyEditAndNothingOfTheConsoleOutlivesIt) {
     ToolRig rig;
     auto* c = console(rig);
     ASSERT_NE(c, nullptr);
     send(c, QStringLiteral("rVER1"));
     send(c, QStringLiteral("rNOB"));
+    const QString reply = c->txtReply->toPlainText();
     c->txtSend->setText(QStringLiteral("half"));
     QTest::keyClick(c->txtSend, Qt::Key_Up);
-    EXPECT_EQ(c->txtSend->text(), "rNOB");
-    QTest::keyClick(c->txtSend, Qt::Key_Up);
-    EXPECT_EQ(c->txtSend->text(), "rVER1");
+    EXPECT_EQ(c->txtSend->text(), "half");
     QTest::keyClick(c->txtSend, Qt::Key_Down);
-    QTest::keyClick(c->txtSend, Qt::Key_Down);
-    EXPECT_EQ(c->txtSend->text(), "half");   // back at the line being typed
-    // The history outlives the window, for the rest of the session.
-    PanelRig::click(c->btnClose);
+    EXPECT_EQ(c->txtSend->text(), "half");
+    EXPECT_EQ(c->txtReply->toPlainText(), reply);   // nothing was sent
+    c->btnClose->setFocus();
+    QTest::keyClick(c->btnClose, Qt::Key_Space);
     pumpEvents(50);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_EQ(FormRegistry::loaded(QStringLiteral("frmCommand")), nullptr);
     auto* again = console(rig);
     ASSERT_NE(again, nullptr);
+    EXPECT_TRUE(again->txtSend->text().isEmpty());
+    EXPECT_TRUE(again->txtReply->toPlainText().isEmpty());
     again->txtSend->setFocus();
     QTest::keyClick(again->txtSend, Qt::Key_Up);
-    EXPECT_EQ(again->txtSend->text(), "rNOB");
+    EXPECT_TRUE(again->txtSend->text().isEmpty());
+}
+
+TEST(Console, ALineOfTenThousandTypedCharactersIsSentWholeWithoutHarm) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    c->txtSend->setFocus();
+    const QString line(10000, QLatin1Char('x'));
+    QTest::keyClicks(c->txtSend, line);
+    EXPECT_EQ(c->txtSend->text(), line);
+    QTest::keyClick(c->txtSend, Qt::Key_Return);
+    // The controller answers it, or the call fails with the console's one
+    // message and the reply stays as it was.
+    if (rig.boxes.texts().isEmpty())
+        EXPECT_TRUE(c->txtReply->toPlainText().startsWith(QStringLiteral("ERR,")))
+            << c->txtReply->toPlainText().left(80).toStdString();
+    else
+        EXPECT_EQ(rig.boxes.texts(), QStringList{"Device_SendCommand Error"});
+    // The console goes on working.
+    send(c, QStringLiteral("rVER1"));
+    EXPECT_TRUE(c->txtReply->toPlainText().startsWith(QStringLiteral("rVER,")));
 }
 
 TEST(Console, UsesAFixedPitchFontAndEveryControlHasAName) {

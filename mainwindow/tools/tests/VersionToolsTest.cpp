@@ -41,8 +41,10 @@ TEST(VersionPanel, EveryUnitPresentShowsItsFirmwareAndTolvaItsNumberBehindV) {
     EXPECT_EQ(v->txtTolva->Caption(), "V1.40");
     EXPECT_EQ(v->labHBX->Caption(), "HBX-A :");
     EXPECT_EQ(v->txtHBX->Caption(), "A2.00");
-    for (QWidget* w : {v->labQ7s, v->labZ, v->labTolva, v->labHBX})
+    for (QWidget* w : {v->labQ7s, v->labZ, v->labTolva, v->txtQ7s, v->txtZ, v->txtTolva, v->txtHBX})
         EXPECT_TRUE(w->isVisible()) << w->objectName().toStdString();
+    // The hub line's caption follows its last row, the E-LM-K's, absent here.
+    EXPECT_FALSE(v->labHBX->isVisible());
     EXPECT_TRUE(rig.boxes.texts().isEmpty());
 }
 
@@ -52,9 +54,22 @@ TEST(VersionPanel, WithBothHbxAAndHbxBPresentTheHbxBLineShows) {
     ASSERT_NE(v, nullptr);
     EXPECT_EQ(v->labHBX->Caption(), "HBX-B :");
     EXPECT_EQ(v->txtHBX->Caption(), "B3.00");
-    EXPECT_TRUE(v->labHBX->isVisible());
+    EXPECT_TRUE(v->txtHBX->isVisible());
+    EXPECT_FALSE(v->labHBX->isVisible());
     EXPECT_FALSE(v->labTolva->isVisible());
     EXPECT_FALSE(v->labZ->isVisible());
+    // An absent unit hides its caption only: its value stays, empty.
+    EXPECT_TRUE(v->txtTolva->isVisible());
+    EXPECT_TRUE(v->txtTolva->Caption().isEmpty());
+}
+
+TEST(VersionPanel, AHubPresentLastShowsItsCaptionOnTheSharedLine) {
+    ToolRig rig({hubs(QStringLiteral("hub-a-elmk"), R"(["Q7s", "HBX-A", "E-LM-K"])")});
+    auto* v = rig.show<frmVersion2>("frmVersion2");
+    ASSERT_NE(v, nullptr);
+    EXPECT_TRUE(v->labHBX->isVisible());
+    EXPECT_EQ(v->labHBX->Caption(), "E-LM-K :");
+    EXPECT_EQ(v->txtHBX->Caption(), "E4.00");
 }
 
 TEST(VersionPanel, TheEpiIlluminatorWinsTheHubLineWhenPresentLast) {
@@ -64,6 +79,49 @@ TEST(VersionPanel, TheEpiIlluminatorWinsTheHubLineWhenPresentLast) {
     EXPECT_EQ(v->labHBX->Caption(), "E-LM-K :");
     EXPECT_EQ(v->txtHBX->Caption(), "E4.00");
     EXPECT_FALSE(v->labQ7s->isVisible());
+}
+
+namespace {
+struct HubLine {
+    bool captionShown;
+    QString caption, value;
+};
+
+// The version panel of a shipped stand description, its picture kept.
+HubLine versionPanelOf(const char* stand) {
+    ToolRig rig({shippedStand(stand)});
+    auto* v = rig.show<frmVersion2>("frmVersion2");
+    EXPECT_NE(v, nullptr);
+    if (!v)
+        return {};
+    EXPECT_TRUE(rig.boxes.texts().isEmpty()) << rig.boxes.texts().join('|').toStdString();
+    const QString dir = testHome() + QStringLiteral("/screens");
+    QDir().mkpath(dir);
+    const QString name = QString::fromLatin1(stand).replace(QStringLiteral(".json"), QStringLiteral(".png"));
+    EXPECT_TRUE(v->grab().save(dir + QStringLiteral("/version-") + name));
+    return {v->labHBX->isVisible(), v->labHBX->Caption(), v->txtHBX->Caption()};
+}
+} // namespace
+
+TEST(VersionPanel, EachShippedHubConfigurationShowsItsHubLineRowByRow) {
+    // Both hubs with the stand: HBX-B's version, the caption hidden by the
+    // E-LM-K row.
+    HubLine full = versionPanelOf("full-system.json");
+    EXPECT_FALSE(full.captionShown);
+    EXPECT_EQ(full.value, QStringLiteral("B2.05"));
+    // A hub without the stand: the same, and no stand line caption.
+    HubLine hub = versionPanelOf("hbxb-without-q7s.json");
+    EXPECT_FALSE(hub.captionShown);
+    EXPECT_EQ(hub.caption, QStringLiteral("HBX-B :"));
+    EXPECT_EQ(hub.value, QStringLiteral("B2.05"));
+    // The epi illuminator, last in the table, shows its caption.
+    HubLine elmk = versionPanelOf("elmk-without-q7s.json");
+    EXPECT_TRUE(elmk.captionShown);
+    EXPECT_EQ(elmk.caption, QStringLiteral("E-LM-K :"));
+    EXPECT_EQ(elmk.value, QStringLiteral("E1.02"));
+    HubLine stand = versionPanelOf("no-condenser-elmk.json");
+    EXPECT_TRUE(stand.captionShown);
+    EXPECT_EQ(stand.value, QStringLiteral("E1.02"));
 }
 
 TEST(VersionPanel, AUnitThatDisappearsBetweenTwoOpeningsHidesItsLineTheNextTime) {

@@ -143,8 +143,18 @@ TEST(ProfileFile, OtherKindsOfCustomLinesAreSkipped) {
     EXPECT_EQ(Profile_FileText(Profile_FileParse(text).items), kSampleText);
 }
 
-TEST(ProfileFile, WritingFewerThanSixRecordsFailsBeforeAnyText) {
+TEST(ProfileFile, WritingFewerThanSixRecordsStopsAfterTheRecordLinesThereAre) {
     ProfileList five = Profile_Init();
     five.removeLast();
     EXPECT_THROW(Profile_FileText(five), RunTimeError);
+    bool whole = true;
+    const QByteArray text = Profile_FileText(five, &whole);
+    EXPECT_FALSE(whole);
+    EXPECT_EQ(text.count("\r\n"), 5);
+    EXPECT_TRUE(text.startsWith("1,"));
+    EXPECT_TRUE(text.endsWith("\r\n"));
+    EXPECT_FALSE(text.contains("Custom Value"));
+    const QByteArray all = Profile_FileText(Profile_Init(), &whole);
+    EXPECT_TRUE(whole);
+    EXPECT_TRUE(all.startsWith(text));
 }

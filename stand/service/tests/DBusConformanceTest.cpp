@@ -6,7 +6,7 @@
 #include "core/service/dbus/DBusFiberService.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
 #include "core/service/dbus/DBusStandControl.h"
-#include "core/service/tests/conformance/ConformanceRig.h"
+#include "core/service/conformance/suite/ConformanceRig.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>

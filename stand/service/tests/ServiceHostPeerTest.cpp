@@ -120,7 +120,7 @@ TEST_F(ServiceHostPeerTest, TheFiberFaultInterfaceIsOfferedOnlyWithFaultInjectio
     ASSERT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberInterface, QStringLiteral("Connect"), {QVariant(1000)}).type(),
               QDBusMessage::ReplyMessage);
     const QString unknown = QDBusError::errorString(QDBusError::UnknownInterface);
-    EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetPresent"), {QVariant(false)})
+    EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberControlInterface, QStringLiteral("SetPresent"), {QVariant(false)})
                   .errorName(), unknown);
     EXPECT_EQ(call(ZentorBus::FiberPath, QString(), QStringLiteral("SetSensor"),
                    {QStringLiteral("Interlock_Status"), QVariant::fromValue<short>(0)}).errorName(), unknown);
@@ -129,10 +129,10 @@ TEST_F(ServiceHostPeerTest, TheFiberFaultInterfaceIsOfferedOnlyWithFaultInjectio
     const QDBusMessage xml = call(ZentorBus::FiberPath, QStringLiteral("org.freedesktop.DBus.Introspectable"),
                                   QStringLiteral("Introspect"));
     EXPECT_TRUE(xml.arguments().value(0).toString().contains(ZentorBus::FiberInterface));
-    EXPECT_FALSE(xml.arguments().value(0).toString().contains(ZentorBus::ControlInterface));
+    EXPECT_FALSE(xml.arguments().value(0).toString().contains(ZentorBus::FiberControlInterface));
 
     host->enableFaultInjection();
-    EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetSensor"),
+    EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberControlInterface, QStringLiteral("SetSensor"),
                    {QStringLiteral("Interlock_Status"), QVariant::fromValue<short>(0)}).type(),
               QDBusMessage::ReplyMessage);
     EXPECT_EQ(fiber.Status(QStringLiteral("Interlock_Status")), 0);
@@ -148,9 +148,9 @@ TEST_F(ServiceHostPeerTest, TheFiberSpeedFactorHasTheBoundsOfTheMicroscopes)
     const QString invalid = QDBusError::errorString(QDBusError::InvalidArgs);
     for (double f : {1e-300, 1e-9, 1e9, -1.0, std::numeric_limits<double>::quiet_NaN(),
                      std::numeric_limits<double>::infinity()})
-        EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
+        EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
                       .errorName(), invalid) << f;
     for (double f : {0.0, ServiceHost::kMinSpeedFactor, 20.0, ServiceHost::kMaxSpeedFactor})
-        EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::ControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
+        EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
                       .type(), QDBusMessage::ReplyMessage) << f;
 }

@@ -27,6 +27,14 @@ bool ServiceProcess::waitForName(const QString& name, bool owned, int timeoutMs)
     return false;
 }
 
+bool ServiceProcess::ownedHere(const QString& name) const
+{
+    // Owned by this process, not by one that was there before.
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    return bus && bus->isServiceRegistered(name).value() &&
+           bus->servicePid(name).value() == static_cast<uint>(m_process.processId());
+}
+
 bool ServiceProcess::start(const QStringList& arguments, const QString& waitFor)
 {
     // The service's log goes to the test's own output.
@@ -46,10 +54,19 @@ bool ServiceProcess::start(const QStringList& arguments, const QString& waitFor)
             m_error = QStringLiteral("the service ended at start with exit code %1").arg(m_process.exitCode());
             return false;
         }
-        // Owned by this process, not by one that was there before.
-        if (bus && bus->isServiceRegistered(waitFor).value() &&
-            bus->servicePid(waitFor).value() == static_cast<uint>(m_process.processId())) {
+        if (ownedHere(waitFor)) {
             m_unique = bus->serviceOwner(waitFor).value();
+            // The illuminator's name is taken after the microscope's: a test
+            // that starts on the first one must find the second one too.
+            const int named = arguments.indexOf(QStringLiteral("--fiber-bus-name"));
+            const QString fiber = named >= 0 && named + 1 < arguments.size() ? arguments.at(named + 1)
+                                                                            : QStringLiteral("org.zentor.Fiber");
+            // Bounded: another process may hold that name, and then this one
+            // serves no illuminator at all.
+            const QDeadlineTimer fiberDeadline(3000);
+            while (!arguments.contains(QStringLiteral("--no-fiber")) && fiber != waitFor && !ownedHere(fiber) &&
+                   !fiberDeadline.hasExpired() && m_process.state() == QProcess::Running)
+                m_process.waitForReadyRead(10);
             return true;
         }
         m_process.waitForReadyRead(10);

@@ -16,7 +16,8 @@ public:
     // it is started with --enable-fault-injection unless this was cleared.
     void setFaultInjection(bool on) { m_faultInjection = on; }
     // Starts the service with these arguments and waits until it owns
-    // `waitFor` on the session bus. False (see error()) when it did not.
+    // `waitFor` on the session bus (and, for a while, its illuminator's name
+    // unless --no-fiber). False (see error()) when it did not own `waitFor`.
     bool start(const QStringList& arguments, const QString& waitFor = QStringLiteral("org.zentor.Microscope"));
     // Stops it politely and waits until its names are free again.
     void stop();
@@ -32,6 +33,7 @@ public:
     static bool waitForName(const QString& name, bool owned, int timeoutMs = 20000);
 
 private:
+    bool ownedHere(const QString& name) const;
     QProcess m_process;
     QString m_unique;
     QString m_error;

@@ -346,9 +346,9 @@ TEST_F(ServiceTest, IntrospectionShowsEveryMethodAndTheEvent)
     };
     const QString device = introspect(ZentorBus::devicePath(0));
     for (const auto& m : ZentorBus::deviceMethods())
-        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\">").arg(m.name))) << m.name.toStdString();
+        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\"").arg(m.name))) << m.name.toStdString();
     for (const auto& m : ZentorBus::controlMethods())
-        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\">").arg(m.name))) << m.name.toStdString();
+        EXPECT_TRUE(device.contains(QStringLiteral("<method name=\"%1\"").arg(m.name))) << m.name.toStdString();
     EXPECT_TRUE(device.contains(QStringLiteral("<signal name=\"OnPropertyChanged\">")));
     EXPECT_TRUE(device.contains(QStringLiteral("<interface name=\"org.zentor.StandControl\">")));
     EXPECT_TRUE(device.contains(QStringLiteral("type=\"(iiiiiiiiiii)\"")));
@@ -514,7 +514,7 @@ TEST_F(ServiceTest, WithoutTheOptionTheFaultInterfaceIsNotThere)
 
     // Nor can anyone trip the fiber illuminator's safety sensors.
     QDBusMessage trip = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
-                                                       ZentorBus::ControlInterface, QStringLiteral("SetSensor"));
+                                                       ZentorBus::FiberControlInterface, QStringLiteral("SetSensor"));
     trip << QStringLiteral("Interlock_Status") << QVariant::fromValue<short>(0);
     const QDBusMessage refused = bus.call(trip);
     EXPECT_EQ(refused.errorName(), QStringLiteral("org.freedesktop.DBus.Error.UnknownInterface"));
@@ -522,7 +522,7 @@ TEST_F(ServiceTest, WithoutTheOptionTheFaultInterfaceIsNotThere)
     QDBusMessage fiberIntro = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
                                                              QStringLiteral("org.freedesktop.DBus.Introspectable"),
                                                              QStringLiteral("Introspect"));
-    EXPECT_FALSE(bus.call(fiberIntro).arguments().value(0).toString().contains(ZentorBus::ControlInterface));
+    EXPECT_FALSE(bus.call(fiberIntro).arguments().value(0).toString().contains(ZentorBus::FiberControlInterface));
     QDBusMessage connect = QDBusMessage::createMethodCall(ZentorBus::FiberService, ZentorBus::FiberPath,
                                                           ZentorBus::FiberInterface, QStringLiteral("Connect"));
     connect << 1000;

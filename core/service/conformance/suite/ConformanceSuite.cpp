@@ -1,12 +1,14 @@
 // The cases every MicroscopeService implementation must pass. Moves run on an
 // instant clock except where positions streaming during a move are the point.
-#include "core/service/tests/conformance/ConformanceRig.h"
+#include "core/service/conformance/suite/ConformanceRig.h"
 
 #include "core/base/VbConvert.h"
+#include "core/service/conformance/StandChecks.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -851,6 +853,205 @@ CONFORMANCE_CASE(BadValuesAndIndicesAreRefusedAndChangeNothing) {
     EXPECT_EQ(c.svc.CondenserCassettePosition(), 1);
     EXPECT_EQ(c.svc.ObservationName(7), "");
     EXPECT_DOUBLE_EQ(c.svc.CustomValue(12, 7, 1), 0);
+}
+
+// --- the checks of zentor-conformance ------------------------------------------------------
+// What the program judges a driver of a real stand by holds for every shipped
+// stand of every implementation, moves included.
+CONFORMANCE_CASE(TheConformanceProgramsChecksPassOnEveryShippedStand) {
+    QStringList paths;
+    for (const QFileInfo& f : QDir(QStringLiteral(ZENTOR_STAND_DESCRIPTIONS))
+                                  .entryInfoList({QStringLiteral("*.json")}, QDir::Files, QDir::Name))
+        paths << f.absoluteFilePath();
+    ASSERT_GE(paths.size(), 8);
+    Conformance c(factory, paths);
+    for (int16_t i = 0; i <= paths.size(); ++i) {
+        CheckReport report;
+        StandChecks(c.svc, i, report).run();
+        EXPECT_EQ(report.failures(), 0) << "microscope " << i << ":\n"
+                                        << report.failedLines().join(QLatin1Char('\n')).toStdString();
+        EXPECT_GE(report.count(CheckLine::Verdict::Pass), 15) << "microscope " << i;
+    }
+}
+
+// --- reads that belong together -----------------------------------------------------
+namespace {
+
+// Every read opening a microscope makes, each as text: its value, or "!" and
+// the code of its failure.
+QStringList openingReads(MicroscopeService& s, int microscopes) {
+    QStringList out;
+    const auto note = [&](const QString& name, const std::function<QString()>& read) {
+        try {
+            out << name + QLatin1Char('=') + read();
+        } catch (const RunTimeError& e) {
+            out << name + QLatin1Char('!') + e.hexNumber();
+        }
+    };
+    const auto num = [](double v) { return vb::numberText(v); };
+    const auto ints = [](const QVector<int32_t>& v) {
+        QStringList t;
+        for (int32_t x : v) t << QString::number(x);
+        return t.join(',');
+    };
+    const auto doubles = [](const QVector<double>& v) {
+        QStringList t;
+        for (double x : v) t << vb::numberText(x);
+        return t.join(',');
+    };
+    note("GetDeviceNames", [&] { return s.GetDeviceNames().join('|'); });
+    for (int16_t i = 0; i < microscopes; ++i) {
+        note(QStringLiteral("IsDeviceAvailable(%1)").arg(i), [&] { return QString::number(s.IsDeviceAvailable(i)); });
+        note(QStringLiteral("IsCameraPresent(%1)").arg(i), [&] { return QString::number(s.IsCameraPresent(i)); });
+    }
+    for (int16_t u = 1; u <= 6; ++u) {
+        note(QStringLiteral("DeviceStatus(%1)").arg(u), [&] { return QString::number(s.DeviceStatus(u)); });
+        note(QStringLiteral("Version(%1)").arg(u), [&] { return s.Version(u); });
+    }
+    for (int16_t d = 1; d <= 14; ++d)
+        note(QStringLiteral("IsMounted(%1)").arg(d), [&] { return QString::number(s.IsMounted(d)); });
+    for (int16_t d = 1; d <= 5; ++d)
+        note(QStringLiteral("IsReadOnly(%1)").arg(d), [&] { return QString::number(s.IsReadOnly(d)); });
+    note("PathSubType(3)", [&] { return QString::number(s.PathSubType(3)); });
+    for (int16_t l : {1, 2, 4, 5, 6, 9, 11, 13, 14, 16, 17, 18}) {
+        note(QStringLiteral("UpperLimit(%1)").arg(l), [&] { return num(s.UpperLimit(l)); });
+        note(QStringLiteral("LowerLimit(%1)").arg(l), [&] { return num(s.LowerLimit(l)); });
+        note(QStringLiteral("Step(%1)").arg(l), [&] { return num(s.Step(l)); });
+    }
+    note("CameraUnit", [&] { return QString::number(s.CameraUnit()); });
+    note("CameraHead", [&] { return QString::number(s.CameraHead()); });
+    note("NosepiecePosition", [&] { return QString::number(s.NosepiecePosition()); });
+    note("NosepieceIsInterlockEnabled", [&] { return QString::number(s.NosepieceIsInterlockEnabled()); });
+    note("FilterBlockCassettePosition", [&] { return QString::number(s.FilterBlockCassettePosition()); });
+    note("LightPathDriveLightPath", [&] { return QString::number(s.LightPathDriveLightPath()); });
+    note("LightPathDriveIsInterlockEnabled", [&] { return QString::number(s.LightPathDriveIsInterlockEnabled()); });
+    note("CondenserCassettePosition", [&] { return QString::number(s.CondenserCassettePosition()); });
+    note("ApertureStopApertureStop", [&] { return num(s.ApertureStopApertureStop()); });
+    note("FieldStopFieldStop", [&] { return num(s.FieldStopFieldStop()); });
+    note("EpiFieldStopFieldStop", [&] { return num(s.EpiFieldStopFieldStop()); });
+    note("NDFilterTransmission", [&] { return num(s.NDFilterTransmission()); });
+    note("LampIsOn", [&] { return QString::number(s.LampIsOn()); });
+    note("LampIsPreset", [&] { return QString::number(s.LampIsPreset()); });
+    note("LampControlVoltage", [&] { return num(s.LampControlVoltage()); });
+    note("OpticalZoomZoom", [&] { return num(s.OpticalZoomZoom()); });
+    note("OpticalZoomIsInterlockEnabled", [&] { return QString::number(s.OpticalZoomIsInterlockEnabled()); });
+    note("AnalyzerIsInserted", [&] { return QString::number(s.AnalyzerIsInserted()); });
+    note("EpiShutterIsOpened", [&] { return QString::number(s.EpiShutterIsOpened()); });
+    note("ZDriveZPosition", [&] { return QString::number(s.ZDriveZPosition()); });
+    note("ZDriveIsZEscape", [&] { return QString::number(s.ZDriveIsZEscape()); });
+    note("ZUpperLimit", [&] { return QString::number(s.ZUpperLimit()); });
+    note("XYDriveXPosition", [&] { return QString::number(s.XYDriveXPosition()); });
+    note("XYDriveYPosition", [&] { return QString::number(s.XYDriveYPosition()); });
+    note("XYDriveIsEscape", [&] { return QString::number(s.XYDriveIsEscape()); });
+    note("XYDriveMode", [&] { return QString::number(s.XYDriveMode()); });
+    note("NosepieceXYMode", [&] { return QString::number(s.NosepieceXYMode()); });
+    note("NosepieceZMode", [&] { return QString::number(s.NosepieceZMode()); });
+    note("PresetsObservationMode", [&] { return QString::number(s.PresetsObservationMode()); });
+    for (int16_t n = 7; n <= 12; ++n)
+        note(QStringLiteral("ObservationName(%1)").arg(n), [&] { return s.ObservationName(n); });
+    for (int16_t d : {12, 13, 14})
+        for (int16_t n = 7; n <= 12; ++n)
+            for (int16_t a = 0; a <= 8; ++a)
+                note(QStringLiteral("CustomValue(%1,%2,%3)").arg(d).arg(n).arg(a),
+                     [&] { return num(s.CustomValue(d, n, a)); });
+    note("ObjectiveNumbers", [&] { return ints(s.ObjectiveNumbers()); });
+    note("ObjectiveNames", [&] { return s.ObjectiveNames().join('|'); });
+    note("ObjectiveSeriesNames", [&] { return s.ObjectiveSeriesNames().join('|'); });
+    note("ObjectiveTypeNames", [&] { return s.ObjectiveTypeNames().join('|'); });
+    note("ObjectiveRates", [&] { return doubles(s.ObjectiveRates()); });
+    note("ObjectiveWDs", [&] { return doubles(s.ObjectiveWDs()); });
+    note("ObjectiveNAs", [&] { return doubles(s.ObjectiveNAs()); });
+    note("FilterNumbers", [&] { return ints(s.FilterNumbers()); });
+    note("FilterNames", [&] { return s.FilterNames().join('|'); });
+    note("FilterReikis", [&] { return ints(s.FilterReikis()); });
+    note("FilterDMs", [&] { return ints(s.FilterDMs()); });
+    note("FilterKyusyus", [&] { return ints(s.FilterKyusyus()); });
+    note("FilterEXNames", [&] { return s.FilterEXNames().join('|'); });
+    note("FilterDMNames", [&] { return s.FilterDMNames().join('|'); });
+    note("FilterBANames", [&] { return s.FilterBANames().join('|'); });
+    note("CondenserNumbers", [&] { return ints(s.CondenserNumbers()); });
+    note("CondenserNames", [&] { return s.CondenserNames().join('|'); });
+    for (int a = 1; a <= 8; ++a) {
+        note(QStringLiteral("SendCommand(rXPR%1)").arg(a), [&] {
+            QString reply;
+            s.SendCommand(QStringLiteral("rXPR%1").arg(a), reply);
+            return reply;
+        });
+    }
+    return out;
+}
+
+QStringList openingReadsInAGroup(MicroscopeService& s, int microscopes) {
+    s.beginReads();
+    const QStringList out = openingReads(s, microscopes);
+    s.endReads();
+    return out;
+}
+
+} // namespace
+
+CONFORMANCE_CASE(ReadsInAGroupAnswerWhatTheSingleReadsAnswer) {
+    const QStringList files{"full-system.json", "hbxb-without-q7s.json", "elmk-without-q7s.json",
+                            "readonly-nosepiece.json", "manual-path-port.json", "camera-unknown-head.json"};
+    QStringList paths;
+    for (const QString& f : files) paths << standDescriptionPath(f);
+    Conformance c(factory, paths);
+    const int microscopes = static_cast<int>(files.size()) + 1;
+    for (int16_t i = 0; i < microscopes; ++i) {
+        c.svc.Connect(i);
+        const QStringList single = openingReads(c.svc, microscopes);
+        EXPECT_EQ(openingReadsInAGroup(c.svc, microscopes), single) << "microscope " << i;
+        c.svc.Disconnect();
+    }
+}
+
+CONFORMANCE_CASE(ReadsInAGroupFailWhereTheSingleReadsFail) {
+    Conformance c(factory);
+    c.open();
+    c.rig->control().killUnit(UnitIndex::Q7s);
+    const QStringList single = openingReads(c.svc, 2);
+    EXPECT_TRUE(single.contains(QStringLiteral("NosepiecePosition!80004005"))) << single.join(' ').toStdString();
+    EXPECT_EQ(openingReadsInAGroup(c.svc, 2), single);
+    c.rig->control().reviveUnit(UnitIndex::Q7s);
+    EXPECT_EQ(openingReadsInAGroup(c.svc, 2), openingReads(c.svc, 2));
+}
+
+CONFORMANCE_CASE(AReadInAGroupSeesWhatACommandOfTheGroupChanged) {
+    Conformance c(factory);
+    c.open();
+    c.svc.beginReads();
+    const int16_t link = c.svc.NosepieceIsInterlockEnabled();
+    const int16_t at = c.svc.NosepiecePosition();
+    const QString name = c.svc.ObservationName(8);
+    c.svc.setNosepieceIsInterlockEnabled(link != 0 ? 0 : 1);
+    c.svc.setNosepiecePosition(at == 2 ? 3 : 2);
+    c.svc.setObservationName(8, name + QStringLiteral("x"));
+    c.svc.CustomObservation(DeviceIndex::ApertureStop, 9, 2, 2.5);
+    EXPECT_EQ(c.svc.NosepieceIsInterlockEnabled(), link != 0 ? 0 : 1);
+    EXPECT_EQ(c.svc.NosepiecePosition(), at == 2 ? 3 : 2);
+    EXPECT_EQ(c.svc.ObservationName(8), name + QStringLiteral("x"));
+    EXPECT_DOUBLE_EQ(c.svc.CustomValue(DeviceIndex::ApertureStop, 9, 2), 2.5);
+    c.svc.endReads();
+}
+
+CONFORMANCE_CASE(AReadInAGroupIsNeverOlderThanAnEventDelivered) {
+    // A focus move streams its positions; the group's reads follow them.
+    Conformance c(factory, kFull, 20);
+    c.open();
+    int32_t lastEvent = std::numeric_limits<int32_t>::min();
+    QObject::connect(&c.svc, &MicroscopeService::OnPropertyChanged, &c.svc, [&](const QString& m) {
+        if (m.startsWith(QStringLiteral("AppZDriveZPosition:")))
+            lastEvent = m.mid(19).toInt();
+    });
+    const int32_t from = c.svc.ZDriveZPosition();
+    c.svc.beginReads();
+    int32_t read = c.svc.ZDriveZPosition();
+    EXPECT_EQ(read, from);
+    c.svc.setZDriveZPosition(from + 3000);   // blocks while the positions stream
+    read = c.svc.ZDriveZPosition();
+    EXPECT_EQ(read, from + 3000);
+    EXPECT_EQ(lastEvent, from + 3000);
+    c.svc.endReads();
 }
 
 // --- fiber illuminator -----------------------------------------------------------------

@@ -1,0 +1,172 @@
+#include "core/service/conformance/SnapshotChecks.h"
+
+#include "core/service/dbus/BusLayout.h"
+#include "core/service/dbus/SnapshotPicture.h"
+
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+
+namespace SnapshotChecks {
+
+namespace {
+
+// Reads answer at once; a minute is beyond any service that works.
+constexpr int kAnswerMs = 60000;
+// At most this many disagreements are named in one line.
+constexpr int kNamed = 12;
+
+QDBusMessage call(const QDBusConnection& bus, const QString& busName, const QString& path,
+                  const QString& interfaceName, const QString& member, const QVariantList& args = {})
+{
+    QDBusMessage msg = QDBusMessage::createMethodCall(busName, path, interfaceName, member);
+    msg.setArguments(args);
+    return bus.call(msg, QDBus::Block, kAnswerMs);
+}
+
+QString errorOf(const QDBusMessage& reply)
+{
+    return reply.errorName() + QStringLiteral(": ") + reply.errorMessage();
+}
+
+// The arguments a key names ("IsMounted(4)" -> 4 as 'n'), in the types of
+// the member's arguments; false when they do not fit them.
+bool keyArguments(const QString& key, const ZentorBus::Method& m, QVariantList& args)
+{
+    const int open = key.indexOf(QLatin1Char('('));
+    if (open < 0)
+        return m.in.isEmpty();
+    const QString inner = key.mid(open + 1, key.size() - open - 2);
+    // A text argument is the whole of it, commas included (SendCommand).
+    const QStringList parts = m.in == QLatin1String("s") ? QStringList{inner} : inner.split(QLatin1Char(','));
+    if (parts.size() != m.in.size())
+        return false;
+    for (int i = 0; i < parts.size(); ++i) {
+        bool ok = true;
+        switch (m.in.at(i).toLatin1()) {
+        case 'n': {
+            const int v = parts[i].toInt(&ok);
+            ok = ok && v >= -32768 && v <= 32767;
+            args << QVariant::fromValue<short>(static_cast<short>(v));
+            break;
+        }
+        case 'i': args << QVariant::fromValue<int>(parts[i].toInt(&ok)); break;
+        case 'd': args << QVariant::fromValue<double>(parts[i].toDouble(&ok)); break;
+        case 's': args << QVariant(parts[i]); break;
+        default: ok = false;
+        }
+        if (!ok)
+            return false;
+    }
+    return true;
+}
+
+QString shown(const QVariant& v)
+{
+    if (v.metaType().id() == QMetaType::QVariantList) {
+        QStringList items;
+        for (const QVariant& x : v.toList())
+            items << x.toString();
+        return QLatin1Char('[') + items.join(QLatin1Char(',')) + QLatin1Char(']');
+    }
+    if (v.metaType().id() == QMetaType::QStringList)
+        return QStringLiteral("[\"") + v.toStringList().join(QStringLiteral("\",\"")) + QStringLiteral("\"]");
+    return v.toString();
+}
+
+// One key of the picture against its single read: empty when they agree,
+// else what differs.
+QString disagreement(const QDBusConnection& bus, const QString& busName, const QString& path,
+                     const QString& interfaceName, const QVector<ZentorBus::Method>& methods,
+                     const QString& key, const SnapshotPicture::Entry& entry)
+{
+    const int open = key.indexOf(QLatin1Char('('));
+    const ZentorBus::Method* m = ZentorBus::findMethod(methods, open < 0 ? key : key.left(open));
+    QVariantList args;
+    if (!m || !keyArguments(key, *m, args))
+        return key + QStringLiteral(": not a read of ") + interfaceName;
+    const QDBusMessage single = call(bus, busName, path, interfaceName, m->name, args);
+    if (entry.failure != 0) {
+        if (single.type() != QDBusMessage::ErrorMessage)
+            return QStringLiteral("%1: a failure %2 in the snapshot, the single read answers a value")
+                .arg(key, ZentorBus::errorName(entry.failure));
+        const RunTimeError e = ZentorBus::errorFromMessage(single);
+        if (e.number() != entry.failure)
+            return QStringLiteral("%1: failure %2 in the snapshot, %3 from the single read")
+                .arg(key, ZentorBus::errorName(entry.failure), ZentorBus::errorName(e.number()));
+        return {};
+    }
+    if (single.type() != QDBusMessage::ReplyMessage)
+        return QStringLiteral("%1: %2 in the snapshot, the single read fails (%3)")
+            .arg(key, shown(entry.value), errorOf(single));
+    QVariant value;
+    QString why;
+    if (!SnapshotPicture::asKept(single.arguments().value(0), m->out, value, why))
+        return QStringLiteral("%1: the single read answers %2").arg(key, why);
+    if (value != entry.value)
+        return QStringLiteral("%1: %2 in the snapshot, %3 from the single read").arg(key, shown(entry.value), shown(value));
+    return {};
+}
+
+// One Snapshot (of the manager or of a microscope) against the single reads.
+void checkOne(const QDBusConnection& bus, const QString& busName, const QString& path, const QString& interfaceName,
+              const QVector<ZentorBus::Method>& methods, CheckReport& report)
+{
+    const QString what = QStringLiteral("Snapshot() of %1").arg(path);
+    const QString expected = QStringLiteral("'%1', each entry of its read's type and as its single read answers it")
+                                 .arg(ZentorBus::SnapshotSignature);
+    const QDBusMessage reply = call(bus, busName, path, interfaceName, ZentorBus::SnapshotMember);
+    if (reply.type() != QDBusMessage::ReplyMessage) {
+        report.fail(what, expected, errorOf(reply));
+        return;
+    }
+    SnapshotPicture picture;
+    const SnapshotPicture::Taken taken = picture.take(reply, methods);
+    if (!taken.usable) {
+        report.fail(what, expected, taken.problem);
+        return;
+    }
+    QStringList problems;
+    for (const QString& left : taken.leftOut)
+        problems << left;
+    const QStringList keys = picture.keys();
+    for (const QString& key : keys) {
+        const QString d = disagreement(bus, busName, path, interfaceName, methods, key, *picture.find(key));
+        if (!d.isEmpty())
+            problems << d;
+    }
+    QString got = QStringLiteral("%1 entries, sequence %2").arg(keys.size()).arg(picture.sequence());
+    if (!problems.isEmpty()) {
+        got += QStringLiteral("; ") + problems.mid(0, kNamed).join(QStringLiteral("; "));
+        if (problems.size() > kNamed)
+            got += QStringLiteral("; and %1 more").arg(problems.size() - kNamed);
+    }
+    report.check(problems.isEmpty() && !keys.isEmpty(), what, expected, keys.isEmpty() ? got + QStringLiteral(" (empty)") : got);
+}
+
+} // namespace
+
+void check(const QDBusConnection& bus, const QString& busName, int index, const QString& servedVersion,
+           CheckReport& report)
+{
+    const ZentorBus::InterfaceVersion served = ZentorBus::InterfaceVersion::parse(servedVersion);
+    if (served.minor < ZentorBus::kSnapshotMinor) {
+        report.skip(QStringLiteral("Snapshot()"),
+                    QStringLiteral("the service serves interface version %1; Snapshot came with %2.%3, and the "
+                                   "panel reads such a service one value at a time")
+                        .arg(servedVersion).arg(served.major).arg(ZentorBus::kSnapshotMinor));
+        return;
+    }
+    checkOne(bus, busName, ZentorBus::ManagerPath, ZentorBus::ManagerInterface, ZentorBus::managerMethods(), report);
+    const QDBusMessage connected = call(bus, busName, ZentorBus::ManagerPath, ZentorBus::ManagerInterface,
+                                        QStringLiteral("Connect"), {QVariant::fromValue<short>(static_cast<short>(index))});
+    const QString path = ZentorBus::devicePath(index);
+    if (connected.type() != QDBusMessage::ReplyMessage) {
+        report.skip(QStringLiteral("Snapshot() of %1").arg(path),
+                    QStringLiteral("Connect(%1) failed: %2").arg(index).arg(errorOf(connected)));
+        return;
+    }
+    checkOne(bus, busName, path, ZentorBus::DeviceInterface, ZentorBus::deviceMethods(), report);
+    call(bus, busName, path, ZentorBus::DeviceInterface, QStringLiteral("Disconnect"));
+}
+
+} // namespace SnapshotChecks

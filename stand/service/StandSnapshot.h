@@ -1,0 +1,36 @@
+#pragma once
+// The service's answers to Snapshot (see ZentorBus::SnapshotSignature): in one
+// reply, every value the reads of opening a microscope give. Each value is the
+// stand's own answer to that read at this moment, taken through the same
+// member table as a single call, so that the two cannot differ; a read the
+// stand refuses is a failure with the refusal's code and text.
+#include "core/service/dbus/BusLayout.h"
+
+#include <QDBusMessage>
+#include <QString>
+#include <QVariantList>
+#include <QVector>
+#include <cstdint>
+
+class SimulatedService;
+class SimulatedStand;
+
+// One read of a snapshot: a member of the device interface and its arguments
+// in the stand's encoding.
+struct SnapshotRead {
+    QString member;
+    QVariantList args;
+};
+
+// The reads a microscope's snapshot holds, with `microscopes` entries in the
+// service's list (the camera question is asked of each).
+QVector<SnapshotRead> microscopeSnapshotReads(int microscopes);
+
+// The reply to a microscope's Snapshot. `sequence` is the number of events
+// this microscope has sent so far.
+QDBusMessage microscopeSnapshot(const QDBusMessage& request, SimulatedService& service, SimulatedStand& stand,
+                                uint64_t sequence);
+
+// The reply to the manager's Snapshot: the interface version it serves, the
+// list of microscopes and whether each can be opened.
+QDBusMessage managerSnapshot(const QDBusMessage& request, const SimulatedService& service, const QString& version);
