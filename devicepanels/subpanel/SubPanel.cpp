@@ -48,8 +48,11 @@ SubPanel::~SubPanel()
 
 void SubPanel::fillOnOpening()
 {
+    // An activation that comes while the read waits on the stand is the
+    // opening's own, as is one that follows it.
+    m_openedAt.start();
     readStatus();
-    // Counted from the end of the read: a box it raised has been answered.
+    // Counted again from the end of the read: a box it raised has been answered.
     m_openedAt.start();
 }
 

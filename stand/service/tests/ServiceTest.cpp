@@ -2,6 +2,7 @@
 // clients, delayed replies, errors with their codes, a dying service, the
 // fiber illuminator present or absent, introspection, and start-up checks.
 #include "ServiceProcess.h"
+#include "WaitUntil.h"
 #include "core/service/dbus/BusLayout.h"
 #include "core/service/dbus/DBusFiberService.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
@@ -24,16 +25,6 @@
 #include <memory>
 
 namespace {
-
-// Lets queued events in until `done` or the limit (a safety net, not a timing).
-template <typename Pred>
-bool waitUntil(Pred done, int limitMs = 20000)
-{
-    QDeadlineTimer deadline(limitMs);
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    return done();
-}
 
 struct EventLog {
     QStringList events;

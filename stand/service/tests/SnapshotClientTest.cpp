@@ -4,6 +4,7 @@
 // service gets wrong (entries missing, of the wrong type, given twice, too
 // many, a picture older than an event already applied, no Snapshot at all)
 // is read singly and named in the trace.
+#include "WaitUntil.h"
 #include "core/base/OperatorWait.h"
 #include "core/base/mdlCommon.h"
 #include "core/service/ReadBatch.h"
@@ -179,15 +180,6 @@ private:
 QVariant n(int v) { return QVariant::fromValue<short>(static_cast<short>(v)); }
 QVariant i32(int v) { return QVariant::fromValue<int>(v); }
 QVariant d(double v) { return QVariant::fromValue<double>(v); }
-
-template <typename Pred>
-bool waitUntil(Pred done, int limitMs = 20000)
-{
-    QDeadlineTimer deadline(limitMs);   // a safety net, not a timing
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    return done();
-}
 
 void settle()
 {

@@ -4,6 +4,7 @@
 // older position after a newer one, and a service started without Snapshot
 // is read one value at a time.
 #include "ServiceProcess.h"
+#include "WaitUntil.h"
 #include "core/base/mdlCommon.h"
 #include "core/service/ReadBatch.h"
 #include "core/service/dbus/BusLayout.h"
@@ -23,15 +24,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-template <typename Pred>
-bool waitUntil(Pred done, int limitMs = 30000)
-{
-    QDeadlineTimer deadline(limitMs);   // a safety net, not a timing
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    return done();
-}
 
 QStringList descriptions()
 {
