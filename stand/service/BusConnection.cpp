@@ -52,10 +52,32 @@ bool BusConnection::requestName(const QString& name, QString& error)
         return false;
     }
     if (result != DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER && result != DBUS_REQUEST_NAME_REPLY_ALREADY_OWNER) {
-        error = QStringLiteral("the name has another owner");
+        // A name another process owns is no error of the bus's, so say whose
+        // it is (an administrator looks that process up).
+        const uint32_t owner = ownerProcess(name);
+        error = owner ? QStringLiteral("process %1 owns it").arg(owner) : QStringLiteral("the bus refused it");
         return false;
     }
     return true;
+}
+
+uint32_t BusConnection::ownerProcess(const QString& name) const
+{
+    BusMessage ask = BusMessage::adopt(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
+                                                                    DBUS_INTERFACE_DBUS, "GetConnectionUnixProcessID"));
+    const QByteArray utf8 = name.toUtf8();
+    const char* n = utf8.constData();
+    if (!ask || !dbus_message_append_args(ask.get(), DBUS_TYPE_STRING, &n, DBUS_TYPE_INVALID))
+        return 0;
+    DBusError e;
+    dbus_error_init(&e);
+    const BusMessage reply = BusMessage::adopt(
+        dbus_connection_send_with_reply_and_block(m_connection, ask.get(), DBUS_TIMEOUT_USE_DEFAULT, &e));
+    dbus_uint32_t pid = 0;
+    if (!reply || !dbus_message_get_args(reply.get(), &e, DBUS_TYPE_UINT32, &pid, DBUS_TYPE_INVALID))
+        pid = 0;
+    dbus_error_free(&e);
+    return pid;
 }
 
 bool BusConnection::send(const BusMessage& message)

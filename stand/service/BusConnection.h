@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QString>
+#include <cstdint>
 #include <memory>
 
 #include <dbus/dbus.h>
@@ -28,7 +29,9 @@ public:
     bool isConnected() const { return dbus_connection_get_is_connected(m_connection); }
     // The name the bus gave this connection (empty on a peer connection).
     QString uniqueName() const;
-    // Takes a well-known name for this connection alone, at once or not at all.
+    // Takes a well-known name for this connection alone, at once or not at
+    // all; when another process owns it, `error` names that process. It waits
+    // for the bus: for the start only, before any client is served.
     bool requestName(const QString& name, QString& error);
 
     // Hands a message to the connection, which writes it now if the socket
@@ -43,6 +46,8 @@ signals:
     void disconnected();
 
 private:
+    // The process that owns a name, or 0.
+    uint32_t ownerProcess(const QString& name) const;
     static DBusHandlerResult filter(DBusConnection*, DBusMessage* message, void* self);
 
     DBusConnection* m_connection;
