@@ -78,18 +78,25 @@ void LibDbusLoop::handleThenDispatch(Handle handle)
     m_dispatchWanted = false;
     handle();
     m_handling = false;
-    if (m_connection && (m_dispatchWanted || dbus_connection_get_dispatch_status(m_connection) == DBUS_DISPATCH_DATA_REMAINS))
+    if (!m_connection)
+        return;
+    if (m_dispatchWanted || dbus_connection_get_dispatch_status(m_connection) == DBUS_DISPATCH_DATA_REMAINS)
         dispatch();
 }
 
 void LibDbusLoop::scheduleDispatch()
 {
-    if (!m_connection || m_dispatchQueued)
-        return;
-    if (m_handling) {
+    if (m_handling || m_dispatching) {
         m_dispatchWanted = true;   // dispatched as soon as the handling returns
         return;
     }
+    postDispatch();
+}
+
+void LibDbusLoop::postDispatch()
+{
+    if (!m_connection || m_dispatchQueued)
+        return;
     m_dispatchQueued = true;
     QMetaObject::invokeMethod(
         this,
@@ -102,10 +109,19 @@ void LibDbusLoop::scheduleDispatch()
 
 void LibDbusLoop::dispatch()
 {
-    for (int i = 0; i < kDispatchBatch; ++i)
-        if (dbus_connection_dispatch(m_connection) != DBUS_DISPATCH_DATA_REMAINS)
-            return;
-    scheduleDispatch();
+    // libdbus dispatches one message at a time per connection: a handler that
+    // ran an event loop of its own would otherwise wait here on itself.
+    if (m_dispatching) {
+        postDispatch();
+        return;
+    }
+    m_dispatching = true;
+    bool more = true;
+    for (int i = 0; i < kDispatchBatch && more; ++i)
+        more = dbus_connection_dispatch(m_connection) == DBUS_DISPATCH_DATA_REMAINS;
+    m_dispatching = false;
+    if (more)
+        postDispatch();
 }
 
 dbus_bool_t LibDbusLoop::addWatch(DBusWatch* watch, void* data)

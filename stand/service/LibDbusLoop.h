@@ -27,7 +27,10 @@ private:
     // right there: one turn of the loop for a message, not two.
     template <typename Handle>
     void handleThenDispatch(Handle handle);
+    // A dispatch as soon as the current handling or dispatch returns, else
+    // in the next turn of the loop.
     void scheduleDispatch();
+    void postDispatch();
     void dispatch();
 
     static dbus_bool_t addWatch(DBusWatch* watch, void* loop);
@@ -41,6 +44,7 @@ private:
     DBusConnection* m_connection = nullptr;
     DBusServer* m_server = nullptr;
     bool m_dispatchQueued = false;
+    bool m_dispatching = false;
     bool m_handling = false;   // inside a watch's or a time-out's handling
     bool m_dispatchWanted = false;
 };
