@@ -22,10 +22,10 @@ StandEngine::StandEngine(SimulatedStand* owner, const StandDescription& d, const
         if (a == Z) speed = speed * s.zSpeed / 4.0;
         m_axis[a] = new MotorAxis(initial[a], speed, a == Z || a == X || a == Y, &m_factor, owner);
     }
+    // The name's text is made once: a streaming axis reports 25 times a second.
     auto hook = [this](Axis a, const char* name, bool whole) {
-        m_axis[a]->onValue = [this, name, whole](double v) {
-            if (whole) report(name, QString::number(std::lround(v)));
-            else report(name, v);
+        m_axis[a]->onValue = [this, key = QString::fromLatin1(name), whole](double v) {
+            report(key, whole ? QString::number(std::lround(v)) : numberText(v));
         };
     };
     hook(Nose, "AppNosepiecePosition", true);
@@ -251,16 +251,18 @@ void StandEngine::needRange(double value, int16_t limitIndex) const {
                                                               vb::numberText(l.lower), vb::numberText(l.upper)));
 }
 
-void StandEngine::report(const char* name, const QString& value) {
-    QString& last = m_reported[QLatin1String(name)];
+void StandEngine::report(const char* name, const QString& value) { report(QString::fromLatin1(name), value); }
+
+void StandEngine::report(const QString& name, const QString& value) {
+    QString& last = m_reported[name];
     if (last == value) return;
     last = value;
-    emit m_owner->propertyChanged(QLatin1String(name) + QLatin1Char(':') + value);
+    emit m_owner->propertyChanged(name + QLatin1Char(':') + value);
 }
 
-void StandEngine::report(const char* name, double value) {
-    report(name, vb::numberText(std::round(value * 1e6) / 1e6));
-}
+void StandEngine::report(const char* name, double value) { report(name, numberText(value)); }
+
+QString StandEngine::numberText(double value) { return vb::numberText(std::round(value * 1e6) / 1e6); }
 
 int16_t StandEngine::deviceOf(Axis a) const {
     static const int16_t kDev[AxisCount] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 11, 12, 13, 14};

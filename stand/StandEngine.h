@@ -65,6 +65,9 @@ private:
 
     void report(const char* name, const QString& value);
     void report(const char* name, double value);
+    void report(const QString& name, const QString& value);
+    // A reported number: to the micro-unit, as the stand prints it.
+    static QString numberText(double value);
     void moveAxes(std::initializer_list<std::pair<Axis, double>> moves, StandReply& done,
                   std::function<QVariant()> after = {});
     bool takeStall(int16_t device);

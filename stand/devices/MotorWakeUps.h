@@ -4,9 +4,13 @@
 // time-out); the thread wakes once for every motor that is due then, so two
 // axes moving together cost one wake-up per report, and motors at rest cost
 // none. Times are nanoseconds on the timer's own monotonic clock.
+//
+// The timer repeats: a streaming motor asks for its next report one period
+// after the last, which is when the timer fires again anyway, so it is left
+// running (no timer taken down and set up again each report) and is stopped
+// when no motor waits.
 #include <QElapsedTimer>
 #include <QObject>
-#include <QTimer>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -28,6 +32,9 @@ public:
 
     MotorWakeUps();
 
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
 private:
     struct Entry {
         const void* who;
@@ -35,10 +42,22 @@ private:
         Wake wake;
     };
     void fire();
+    // Sets the timer for the earliest wake-up (left to fire() while it runs).
     void arm();
+    void armNow();
+    void restart(qint64 earliestNs);
+    void stop();
+    // A motor's callback has started an event loop of its own, in which the
+    // timer being delivered would never fire again: a fresh one takes over.
+    void nestedLoopWaits();
 
     QElapsedTimer m_clock;
-    QTimer m_timer;
+    int m_timerId = 0;
+    qint64 m_periodNs = 0;
+    qint64 m_nextFireNs = 0;   // when the running timer fires next
+    int m_firing = 0;          // rounds of fire() on the stack
+    std::vector<int> m_delivering;   // timers whose event is on the stack
+    bool m_watchingLoops = false;
     std::vector<Entry> m_entries;
-    std::vector<Entry> m_firing;   // taken out by fire(); a cancelled one is cleared
+    std::vector<Entry> m_firingEntries;   // taken out by fire(); a cancelled one is cleared
 };

@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -65,6 +66,37 @@ TEST(MotorAxisProfile, AShortMoveIsATriangleALongOneCruisesAtTheSetSpeed) {
     EXPECT_NEAR(axis.travelledAfter(1.0, 2000), 50 + 900, 1e-9);    // cruising
     EXPECT_NEAR(axis.travelledAfter(2.1, 2000), 2000, 1e-9);
     EXPECT_NEAR(axis.travelledAfter(2.05, 2000), 2000 - 12.5, 1e-9); // braking
+}
+
+TEST(MotorWakeUps, AMotorGoesOnReportingWhileAnotherMotorsCallbackRunsANestedLoop) {
+    double factor = 1;
+    MotorAxis waits(0, 1000, true, &factor), streams(0, 1000, true, &factor);
+    int streamed = 0, streamedWhileNested = 0;
+    bool nested = false, nestedOnce = false;
+    streams.onValue = [&](double) {
+        ++streamed;
+        if (nested) ++streamedWhileNested;
+    };
+    waits.onValue = [&](double) {
+        if (nestedOnce) return;
+        nestedOnce = true;
+        nested = true;
+        QEventLoop loop;
+        QTimer::singleShot(300, &loop, &QEventLoop::quit);
+        loop.exec();
+        nested = false;
+    };
+    bool wDone = false, sDone = false;
+    // Half a report apart, so that the two are woken in rounds of their own.
+    streams.moveTo(1000, false, [&](int32_t) { sDone = true; });
+    QTimer::singleShot(20, [&] { waits.moveTo(1000, false, [&](int32_t) { wDone = true; }); });
+    QElapsedTimer t;
+    t.start();
+    while (!(wDone && sDone) && t.elapsed() < 5000) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    EXPECT_TRUE(wDone && sDone);
+    // 300 ms at 25 reports a second: some 7 reports while the other waited.
+    EXPECT_GE(streamedWhileNested, 5);
+    EXPECT_EQ(streams.value(), 1000);
 }
 
 TEST(StandMotion, AFocusMoveStreamsItsPositionAtASteadyRateUntilItArrives) {
