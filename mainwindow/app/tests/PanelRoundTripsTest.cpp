@@ -1,9 +1,9 @@
 // Opening a device panel costs one round trip to the microscope service: the
 // real main window on the real service process, each device panel opened
-// from its button, and a bus monitor counting the calls of each opening (a
-// call sent while none of the panel's calls awaits its answer begins a round
-// trip; the Snapshot sent behind a command crosses the link with it). Read
-// one value at a time, the same openings take many: the count sees the reads.
+// from its button, and a bus monitor counting the calls of each opening (the
+// Snapshot goes first, a command the panel sends goes right behind it
+// without waiting, and the client counts one round trip). Read one value at
+// a time, the same openings take more: the count sees the reads.
 #include "BusMonitor.h"
 #include "MainWindowTestSupport.h"
 #include "ServiceProcess.h"
@@ -175,3 +175,4 @@ TEST_F(PanelRoundTrips, ReadOneValueAtATimeTheSameOpeningsTakeMoreRoundTrips)
     ASSERT_NE(objective, openings.end());
     EXPECT_GE(objective->second.seen.roundTrips, 2);
 }
+
