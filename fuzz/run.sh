@@ -68,6 +68,11 @@ for t in $built; do
         printf '%d,16777215,16777215,0,0\r\n' $i >>"$corpus/seed-filter-color.txt"; i=$((i + 1))
       done ;;
     fuzz_stand_description) cp "$root"/stand/descriptions/*.json "$corpus/" ;;
+    fuzz_state_file)
+      printf '{"format": "zentor-service memory", "version": 1, "stands": {"0 Simulated": {"methods": [%s]}, "3 Far": {"methods": []}}}' \
+        "$(i=7; while [ $i -le 12 ]; do [ $i -gt 7 ] && printf ','
+             printf '{"observation": %d, "name": "M%d", "positions": [3,1,2,6,3,2,3,4,4,2,13], "apertureStop": [0,0,0,0,7.5,0,0,0,0], "fieldStop": [0,0,0,0,0,0,0,0,0], "nd": [0,0,0,0,0,0,0,0,0]}' $i $i
+             i=$((i + 1)); done)" >"$corpus/seed-state.json" ;;
     fuzz_raw_command)
       for c in rOPR1 rOPR012 rXPR3 rSPR cGAS1000 cOPS2 rXPR999 cGAS-5; do printf '%s' "$c" >"$corpus/seed-$c"; done ;;
     fuzz_property_event)

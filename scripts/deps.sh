@@ -13,6 +13,8 @@ packages=(
   # Window tests: a real window manager, pointer clicks, and input queued as the window system queues it
   openbox xdotool qt6-base-private-dev
   desktop-file-utils appstream dpkg-dev man-db   # packaging tests: validate the desktop entry and metainfo, build the .deb
+  lintian                     # packaging tests: Debian's package checker on the .deb
+  dbus-user-session           # packaging tests: the session bus of a systemd user manager (dbus.socket), which starts the units
   at-spi2-core python3-pyatspi                   # accessibility test: the AT-SPI bus and a client that walks the window
   xtrace                      # bench_idle counts the idle panel's X requests
   clang libclang-rt-14-dev ninja-build   # scripts/test: the sanitizer build and the fuzz targets (fuzz/run.sh)

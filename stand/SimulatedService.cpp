@@ -1,9 +1,24 @@
 #include "stand/SimulatedService.h"
 
+namespace {
+QVector<StandDescription> loadAll(const QStringList& files) {
+    QVector<StandDescription> stands;
+    for (const QString& path : files) stands << StandDescription::load(path);
+    return stands;
+}
+} // namespace
+
 SimulatedService::SimulatedService(const StandClock& clock, const QStringList& descriptionFiles, QObject* parent)
+    : SimulatedService(clock, Stands{loadAll(descriptionFiles)}, parent) {}
+
+std::unique_ptr<SimulatedService> SimulatedService::fromDescriptions(const StandClock& clock,
+                                                                     const QVector<StandDescription>& stands) {
+    return std::unique_ptr<SimulatedService>(new SimulatedService(clock, Stands{stands}, nullptr));
+}
+
+SimulatedService::SimulatedService(const StandClock& clock, Stands stands, QObject* parent)
     : QObject(parent), m_clock(clock) {
-    m_descriptions << StandDescription::builtIn();
-    for (const QString& path : descriptionFiles) m_descriptions << StandDescription::load(path);
+    m_descriptions << StandDescription::builtIn() << stands.list;
     m_stands.fill(nullptr, m_descriptions.size());
 }
 
@@ -36,8 +51,7 @@ SimulatedStand* SimulatedService::stand(int index) {
                 const QString refused = stand->restoreUserMethods(kept);
                 if (!refused.isEmpty()) m_memory->reject(key, refused);
             }
-            connect(stand, &SimulatedStand::userMethodsChanged, this,
-                    [this, stand, key] { m_memory->keep(key, stand->userMethods()); });
+            stand->keepUserMethodsWith([this, key](const StandUserMethods& m) { return m_memory->keep(key, m); });
         }
     }
     return m_stands[index];

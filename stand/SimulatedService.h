@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QVector>
 #include <cstdint>
+#include <memory>
 
 class SimulatedService : public QObject {
     Q_OBJECT
@@ -18,6 +19,9 @@ public:
     // naming the file and the problem.
     SimulatedService(const StandClock& clock, const QStringList& descriptionFiles,
                      QObject* parent = nullptr);
+    // The same from descriptions already read: index 1.. in this order.
+    static std::unique_ptr<SimulatedService> fromDescriptions(const StandClock& clock,
+                                                              const QVector<StandDescription>& stands);
     ~SimulatedService() override;
 
     QStringList deviceNames() const;
@@ -34,6 +38,13 @@ public:
     void keepUserMethodsIn(StandMemory* memory) { m_memory = memory; }
 
 private:
+    // Explicit, so that a braced list still means the list of files.
+    struct Stands {
+        explicit Stands(QVector<StandDescription> stands) : list(std::move(stands)) {}
+        QVector<StandDescription> list;
+    };
+    SimulatedService(const StandClock& clock, Stands stands, QObject* parent);
+
     StandClock m_clock;
     QVector<StandDescription> m_descriptions;
     QVector<SimulatedStand*> m_stands;

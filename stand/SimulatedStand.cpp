@@ -3,9 +3,7 @@
 #include "stand/StandEngine.h"
 
 SimulatedStand::SimulatedStand(const StandDescription& description, const StandClock& clock, QObject* parent)
-    : QObject(parent), m_engine(std::make_unique<StandEngine>(this, description, clock)) {
-    m_engine->onUserMethodsChanged = [this] { emit userMethodsChanged(); };
-}
+    : QObject(parent), m_engine(std::make_unique<StandEngine>(this, description, clock)) {}
 
 SimulatedStand::~SimulatedStand() = default;
 
@@ -25,4 +23,8 @@ int16_t SimulatedStand::focusSpeedCode() const { return m_engine->focusSpeedCode
 
 QString SimulatedStand::restoreUserMethods(const StandUserMethods& methods) {
     return m_engine->restoreUserMethods(methods);
+}
+
+void SimulatedStand::keepUserMethodsWith(std::function<QString(const StandUserMethods&)> keeper) {
+    m_engine->keepUserMethods = std::move(keeper);
 }

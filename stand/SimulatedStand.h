@@ -48,6 +48,11 @@ public:
     // Every member name invoke() knows.
     static QStringList members();
 
+    // SendCommand refuses a command longer than this (its commands are a
+    // few characters), and no reply is longer than this.
+    static constexpr int kLongestCommand = 4096;
+    static constexpr int kLongestReply = 4096;
+
     const StandDescription& description() const;
     StandControl& control();
     // The speed code the focus drive runs at now (1 to 9), as its motor
@@ -58,11 +63,13 @@ public:
     // kept ones back (answers why they were refused, or nothing).
     StandUserMethods userMethods() const;
     QString restoreUserMethods(const StandUserMethods& methods);
+    // Called with the six user methods after every change of a name, codes or
+    // custom values; it answers why they could not be kept (the change is then
+    // undone and the call refused), or nothing.
+    void keepUserMethodsWith(std::function<QString(const StandUserMethods&)> keeper);
 
 signals:
     void propertyChanged(const QString& message);
-    // A user method's name, codes or custom values changed.
-    void userMethodsChanged();
 
 private:
     std::unique_ptr<StandEngine> m_engine;

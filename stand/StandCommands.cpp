@@ -9,8 +9,29 @@
 
 using namespace standfail;
 
+namespace {
+
+// An unknown command is quoted in its answer, but only its beginning.
+QString quoted(const QString& cmd) {
+    constexpr int kQuoted = 64;
+    return cmd.size() <= kQuoted ? cmd : cmd.left(kQuoted) + QStringLiteral("...");
+}
+
+} // namespace
+
 QVariant StandEngine::sendCommand(const StandArgs& a, StandReply& done) {
-    const QString cmd = a.text(0).trimmed();
+    const QString raw = a.text(0);
+    // Refused before it is looked at, and not repeated in the refusal.
+    if (raw.size() > SimulatedStand::kLongestCommand)
+        invalid(QStringLiteral("A raw command is at most %1 characters; this one has %2")
+                    .arg(SimulatedStand::kLongestCommand).arg(raw.size()));
+    const QVariant reply = commandReply(raw.trimmed(), done);
+    if (reply.typeId() == QMetaType::QString && reply.toString().size() > SimulatedStand::kLongestReply)
+        return reply.toString().left(SimulatedStand::kLongestReply);
+    return reply;
+}
+
+QVariant StandEngine::commandReply(const QString& cmd, StandReply& done) {
     static const QRegularExpression kGas(QStringLiteral("^cGAS([+-]?\\d{1,9})$"));
     static const QRegularExpression kAddress(QStringLiteral("^(rOPR|rXPR)(\\d{1,3})$"));
     static const QRegularExpression kVer(QStringLiteral("^rVER(\\d?)$"));
@@ -76,5 +97,5 @@ QVariant StandEngine::sendCommand(const StandArgs& a, StandReply& done) {
     }
     if (cmd == QLatin1String("rNOB")) return QStringLiteral("rNOB,") + QString::number(nosepieceAddress());
     if (cmd.isEmpty()) return QStringLiteral("ERR,empty command");
-    return QStringLiteral("ERR,unknown command \"%1\"").arg(cmd);
+    return QStringLiteral("ERR,unknown command \"%1\"").arg(quoted(cmd));
 }

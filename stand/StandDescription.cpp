@@ -1,6 +1,7 @@
 #include "stand/StandDescription.h"
 
-#include <QFile>
+#include "core/base/FileRead.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonParseError>
@@ -221,15 +222,13 @@ StandDescription StandDescription::builtIn() {
 }
 
 StandDescription StandDescription::load(const QString& path) {
-    QFile file(path);
-    if (!file.exists())
+    const FileRead::Result file = FileRead::read(path, kLargestFile);
+    if (file.missing())
         throw RunTimeError(RunTimeError::PathNotFound,
                            QStringLiteral("Stand description %1: the file does not exist").arg(path));
-    if (!file.open(QIODevice::ReadOnly))
-        throw RunTimeError(RunTimeError::PathNotFound,
-                           QStringLiteral("Stand description %1: cannot be read (%2)")
-                               .arg(path, file.errorString()));
-    return fromJson(file.readAll(), path);
+    if (file.refused())
+        throw RunTimeError(RunTimeError::PathNotFound, QStringLiteral("Stand description %1: %2").arg(path, file.why));
+    return fromJson(file.bytes, path);
 }
 
 StandDescription StandDescription::fromJson(const QByteArray& json, const QString& origin) {

@@ -86,8 +86,12 @@ public:
     static constexpr int32_t kMaxFocusCount = 9999999;
     static constexpr int32_t kMaxStageOffset = 999999;
 
+    // A description is a few kilobytes; a file beyond this is no description.
+    static constexpr qint64 kLargestFile = 4 * 1024 * 1024;
+
     // Reads a description file. Throws RunTimeError whose text names the file
-    // and the problem (missing file, bad JSON, wrong type, value out of range).
+    // and the problem (missing file, not a regular file, larger than
+    // kLargestFile, bad JSON, wrong type, value out of range).
     static StandDescription load(const QString& path);
     // The same from text; `origin` names the source in error texts.
     static StandDescription fromJson(const QByteArray& json, const QString& origin);

@@ -45,8 +45,9 @@ public:
     QString restoreUserMethods(const StandUserMethods& methods);
     // The focus motor's speed code now.
     int16_t focusSpeedCode() const { return m_zSpeed; }
-    // Called after every change of a user method's name, codes or custom values.
-    std::function<void()> onUserMethodsChanged;
+    // Called after every change of a user method's name, codes or custom
+    // values; answers why the change could not be kept, or nothing.
+    std::function<QString(const StandUserMethods&)> keepUserMethods;
 
     // A member: reads answer with their value; moves take `done` and answer later.
     using Handler = QVariant (StandEngine::*)(const StandArgs&, StandReply&);
@@ -77,7 +78,9 @@ private:
     // Why the eleven codes of a method do not fit this stand; empty when they do.
     QString positionsProblem(const ObservationPositions& p) const;
     QString customProblem(int16_t device, double value) const;
-    void userMethodsChanged();
+    // Keeps the user methods after a change; when they cannot be kept, puts
+    // back `before` and refuses the call.
+    void userMethodsChanged(const StandUserMethods& before);
 
     // --- members (one per service operation) ---
     QVariant deviceStatus(const StandArgs&, StandReply&);
@@ -121,6 +124,7 @@ private:
     QVariant customObservation(const StandArgs&, StandReply&);
     QVariant tableColumn(const StandArgs&, StandReply&);
     QVariant sendCommand(const StandArgs&, StandReply&);
+    QVariant commandReply(const QString& command, StandReply& done);
 
     SimulatedStand* m_owner;
     StandDescription m_d;

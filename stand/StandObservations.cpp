@@ -132,8 +132,9 @@ QVariant StandEngine::setObservationName(const StandArgs& a, StandReply&) {
     const QString name = a.text(1);
     if (n < 7) limitation(QStringLiteral("Observation %1 is built in").arg(n));
     if (name.size() > 63) limitation(QStringLiteral("The name is longer than 63 characters"));
+    const StandUserMethods before = userMethods();
     m_d.observations[n].name = name;
-    userMethodsChanged();
+    userMethodsChanged(before);
     return {};
 }
 
@@ -154,8 +155,9 @@ QVariant StandEngine::setObservationPosition(const StandArgs& a, StandReply&) {
     const ObservationPositions p{v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8], v[9], v[10]};
     const QString problem = positionsProblem(p);
     if (!problem.isEmpty()) limitation(problem);
+    const StandUserMethods before = userMethods();
     m_d.observations[n].positions = p;
-    userMethodsChanged();
+    userMethodsChanged(before);
     return {};
 }
 
@@ -177,8 +179,9 @@ QVariant StandEngine::customObservation(const StandArgs& a, StandReply&) {
     const double v = a.number(3);
     need(d);
     needRange(v, d == 12 ? LimitIndex::ApertureStop : d == 13 ? LimitIndex::FieldStop : LimitIndex::NDFilter);
+    const StandUserMethods before = userMethods();
     m_custom[d - 12][n][address] = v;
-    if (n >= StandUserMethods::kFirst) userMethodsChanged();
+    if (n >= StandUserMethods::kFirst) userMethodsChanged(before);
     return {};
 }
 
@@ -246,6 +249,10 @@ QString StandEngine::restoreUserMethods(const StandUserMethods& m) {
     return {};
 }
 
-void StandEngine::userMethodsChanged() {
-    if (onUserMethodsChanged) onUserMethodsChanged();
+void StandEngine::userMethodsChanged(const StandUserMethods& before) {
+    if (!keepUserMethods) return;
+    const QString notKept = keepUserMethods(userMethods());
+    if (notKept.isEmpty()) return;
+    restoreUserMethods(before);
+    refuse(RunTimeError::ServiceNotKept, notKept);
 }

@@ -28,6 +28,9 @@ public:
     static constexpr int32_t ServiceNotConnected = static_cast<int32_t>(0x800404B0u);
     static constexpr int32_t ServiceInvalidArgument = static_cast<int32_t>(0x80070057u);
     static constexpr int32_t ServiceGone = static_cast<int32_t>(0x800706BAu);
+    // A change the stand could not keep over a restart (its memory could not
+    // be written): the change is undone.
+    static constexpr int32_t ServiceNotKept = static_cast<int32_t>(0x8003001Du);
 
     RunTimeError(int32_t number, QString description)
         : m_number(number), m_description(std::move(description)),

@@ -14,6 +14,16 @@ namespace WholeFile {
 // Writes `bytes` as the whole content of `path`, creating its folder. Answers
 // false, leaving any old file as it was, when the folder or file cannot be
 // written; `error`, when given, then tells why in words an operator understands.
+// Only a regular file is replaced: a folder, pipe, socket or device at the
+// path is left alone and refused. A link to a file is written through (the
+// target is replaced, the link stays); a link that points nowhere is refused,
+// since writing would create a file wherever the link was made to point.
 bool write(const QString& path, const QByteArray& bytes, QString* error = nullptr);
+
+// Why write() would refuse to replace what is at `path` (a folder, pipe,
+// socket or device, or a link that points nowhere), naming the path; empty
+// when a regular file or nothing is there. For a writer that opens the file
+// itself.
+QString refusalToReplace(const QString& path);
 
 } // namespace WholeFile

@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <QFileInfo>
 #include <QLocale>
@@ -71,10 +72,17 @@ void Common_Log(const QString& text) {
     const QByteArray line = (text + QLatin1Char(',') + stamp).toUtf8() + "\r\n";
     // The trace only grows: each line goes out in one write to the end of the
     // file, so that a kill leaves every line before it whole.
+    // Opened without blocking (a pipe without a reader would wait for ever)
+    // and only written when it is a regular file.
     const int fd = ::open(QFile::encodeName(Common_LogPath()).constData(),
-                          O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+                          O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644);
     if (fd < 0)
         throw RunTimeError(RunTimeError::PathNotFound, QStringLiteral("Path not found"));
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        throw RunTimeError(75, QStringLiteral("Path/File access error"));
+    }
     qsizetype done = 0;
     while (done < line.size()) {
         const ssize_t n = ::write(fd, line.constData() + done, static_cast<size_t>(line.size() - done));

@@ -3,12 +3,14 @@
 #include "core/base/FolderPath.h"
 #include "core/base/mdlCommon.h"
 
-#include <QCoreApplication>
-#include <QDir>
+#include "core/base/FileRead.h"
 #include "core/base/WholeFile.h"
 
-#include <QFile>
+#include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
+#include <QSettings>
+#include <QStandardPaths>
 
 namespace SettingsPaths {
 namespace {
@@ -49,14 +51,37 @@ bool CameraIni_Prepare(const QString& programFolder) {
         QDir().mkpath(targetFolder);
     if (source.isEmpty())
         return false;
-    QFile delivered(source);
-    if (!delivered.open(QIODevice::ReadOnly))
+    const FileRead::Result delivered = FileRead::read(source);
+    if (!delivered.read()) {
+        FileRead::tellOnce(delivered);
         return false;
+    }
     // Whole or not at all, like every file the program writes: a kill during
     // the first run leaves no empty Camera.ini that would hide the delivered one.
     // The copy is the operator's own file from now on: a new file with the
     // usual mode, writable even when the delivered one is read-only.
-    return WholeFile::write(target, delivered.readAll());
+    return WholeFile::write(target, delivered.bytes);
+}
+
+QString LinkStorePath() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/Zentor/Zentor.conf");
+}
+
+std::unique_ptr<QSettings> LinkStore() {
+    const QString path = LinkStorePath();
+    const FileRead::Result found = FileRead::inspect(path);
+    if (found.refused()) {
+        FileRead::tellOnce(found);
+        return nullptr;
+    }
+    // Nor is it written through a link that points nowhere.
+    if (const QString refusal = WholeFile::refusalToReplace(path); !refusal.isEmpty()) {
+        FileRead::tellOnce(refusal);
+        return nullptr;
+    }
+    // This one file only: no fallback files are read.
+    return std::make_unique<QSettings>(path, QSettings::NativeFormat);
 }
 
 } // namespace SettingsPaths

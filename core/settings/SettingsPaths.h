@@ -4,6 +4,10 @@
 // always had.
 #include <QString>
 
+#include <memory>
+
+class QSettings;
+
 namespace SettingsPaths {
 
 QString MainIni();        // <AppData>/Korvu/MavrelTools/Zentor.ini
@@ -27,5 +31,15 @@ QString DeliveredFolder(const QString& programFolder = QString());
 // camera names and every camera look-up gives its default. Answers whether the
 // camera INI exists afterwards.
 bool CameraIni_Prepare(const QString& programFolder = QString());
+
+// The per-user store of the three link settings: QSettings in its native
+// format, in $XDG_CONFIG_HOME/Zentor/Zentor.conf (~/.config by default).
+QString LinkStorePath();
+// That store, or nullptr when something is at its path that is not a regular
+// file within FileRead's bound (QSettings opens the file itself, and would
+// wait for ever on a pipe), or a link that points nowhere (which QSettings
+// would write through): that is told once on standard error, and the link
+// settings are then neither read nor written.
+std::unique_ptr<QSettings> LinkStore();
 
 } // namespace SettingsPaths

@@ -1,11 +1,13 @@
 #include "core/settings/clsIniEdit.h"
 
+#include "core/base/FileRead.h"
 #include "core/base/WholeFile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
+#include <map>
 #include <vector>
 
 namespace {
@@ -205,20 +207,104 @@ int findKey(const QByteArray& d, const std::vector<Line>& lines, const SectionSp
 
 enum class Load { Ok, Missing, Failed };
 
-Load loadFile(const QString& path, QByteArray& data) {
+// A file that is not a regular file, or is beyond the bound, is told (once)
+// and taken as one that cannot be read: its keys read as absent, and it is
+// not written.
+Load readFromDisk(const QString& path, QByteArray& data) {
     data.clear();
     if (path.isEmpty())
         return Load::Missing;
-    QFile f(path);
-    if (!f.exists())
+    FileRead::Result file = FileRead::read(path);
+    if (file.missing())
         return Load::Missing;
-    if (!f.open(QIODevice::ReadOnly))
+    if (file.refused()) {
+        FileRead::tellOnce(file);
         return Load::Failed;
-    data = f.readAll();
-    return f.error() == QFileDevice::NoError ? Load::Ok : Load::Failed;
+    }
+    data = std::move(file.bytes);
+    return Load::Ok;
 }
 
-bool saveFile(const QString& path, const QByteArray& data) { return WholeFile::write(path, data); }
+bool writeToDisk(const QString& path, const QByteArray& data) {
+    QString error;
+    if (WholeFile::write(path, data, &error))
+        return true;
+    FileRead::tellOnce(error);
+    return false;
+}
+
+} // namespace
+
+// One file of an open batch, as it is to become.
+struct IniPendingFile {
+    Load load = Load::Missing;
+    QByteArray data;
+    bool changed = false;
+};
+
+struct IniBatch::Files {
+    std::map<QString, IniPendingFile> files;   // by absolute path
+};
+
+// The files of the open batch, for the reads and writes below.
+class IniBatchFiles {
+public:
+    static std::map<QString, IniPendingFile>& of(IniBatch& batch) { return batch.m_files->files; }
+};
+
+namespace {
+
+IniBatch* g_openBatch = nullptr;
+
+QString batchKey(const QString& path) { return QFileInfo(path).absoluteFilePath(); }
+
+} // namespace
+
+IniBatch::IniBatch() : m_files(std::make_unique<Files>()) {
+    if (!g_openBatch)
+        g_openBatch = this;
+}
+
+IniBatch::~IniBatch() { commit(); }
+
+bool IniBatch::commit() {
+    if (g_openBatch != this)
+        return true;
+    g_openBatch = nullptr;
+    bool all = true;
+    for (const auto& [path, file] : m_files->files)
+        if (file.changed)
+            all = writeToDisk(path, file.data) && all;
+    m_files->files.clear();
+    return all;
+}
+
+namespace {
+
+Load loadFile(const QString& path, QByteArray& data) {
+    if (!g_openBatch || path.isEmpty())
+        return readFromDisk(path, data);
+    auto& files = IniBatchFiles::of(*g_openBatch);
+    const QString key = batchKey(path);
+    auto it = files.find(key);
+    if (it == files.end()) {
+        IniPendingFile file;
+        file.load = readFromDisk(path, file.data);
+        it = files.emplace(key, std::move(file)).first;
+    }
+    data = it->second.data;
+    return it->second.load;
+}
+
+bool saveFile(const QString& path, const QByteArray& data) {
+    if (!g_openBatch || path.isEmpty())
+        return writeToDisk(path, data);
+    IniPendingFile& file = IniBatchFiles::of(*g_openBatch)[batchKey(path)];
+    file.data = data;
+    file.load = Load::Ok;
+    file.changed = true;
+    return true;
+}
 
 // A NUL-separated, double-NUL-terminated list as the platform hands it over,
 // cut to a buffer of `size` characters: a list too long for it ends in a cut

@@ -11,12 +11,17 @@
 //   change stays in the file byte for byte, with its own line end;
 // - lines written here end in CR LF;
 // - nothing is cached: every call reads the file afresh, every write rewrites
-//   it at once; a missing file reads as all defaults, and the first write
-//   creates the file and the folders above it;
+//   it at once (inside an IniBatch, below, the whole batch is one rewrite);
+//   a missing file reads as all defaults, and the first write creates the
+//   file and the folders above it;
+// - a file is read through FileRead: a pipe, device, folder or a file beyond
+//   the bound is told once on standard error with its path, reads as all
+//   defaults and is never written;
 // - nothing here raises an error: a failed write answers 0.
 #include <QString>
 #include <QStringList>
 #include <cstdint>
+#include <memory>
 #include <utility>
 
 class clsIniEdit {
@@ -71,4 +76,30 @@ private:
     static int32_t Ini_Split(const QString& Buffer, QStringList& Array);
 
     QString m_filePath;
+};
+
+// The writes of one moment (the panel's close) as one replacement of each
+// file. While a batch is open, every clsIniEdit of the process reads and
+// writes the files it touches in memory, by the same rules value by value
+// (first occurrence wins, unknown lines kept); commit() then writes each
+// changed file whole, once, so that a kill at any moment of the close leaves
+// each file all old or all new. One batch is open at a time: a batch made
+// while another is open joins that one.
+class IniBatch {
+public:
+    IniBatch();
+    // Commits what was not committed yet.
+    ~IniBatch();
+    IniBatch(const IniBatch&) = delete;
+    IniBatch& operator=(const IniBatch&) = delete;
+
+    // Writes every changed file and closes the batch: later writes go to the
+    // files at once. False when a file could not be written (it is told on
+    // standard error, and stays as it was).
+    bool commit();
+
+private:
+    friend class IniBatchFiles;
+    struct Files;
+    std::unique_ptr<Files> m_files;
 };

@@ -5,6 +5,7 @@
 
 #include "core/base/RunTimeError.h"
 #include "core/base/VbConvert.h"
+#include "core/base/FileRead.h"
 #include "core/base/WholeFile.h"
 #include "widgets/Units.h"
 #include "devicepanels/profiles/Dialogs.h"
@@ -17,8 +18,6 @@
 #include <algorithm>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFile>
-#include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPointer>
@@ -362,15 +361,19 @@ void frmProfile::btnSave_Click() {
 
 void frmProfile::Profile_FileRead(const QString& path) {
     m_items.clear();
-    if (!QFileInfo(path).isFile()) {
+    const FileRead::Result file = FileRead::read(path);
+    if (file.missing()) {
         Profile_Init();
         return;
     }
     try {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            throw RunTimeError(RunTimeError::BadFileNameOrNumber, file.errorString());
-        const ProfileFileReading reading = Profile_FileParse(file.readAll());
+        // A pipe, a device, a folder or a file beyond the bound is a file
+        // that cannot be read; the operator is told which and why.
+        if (file.refused()) {
+            FileRead::tellOnce(file);
+            throw RunTimeError(RunTimeError::BadFileNameOrNumber, file.message());
+        }
+        const ProfileFileReading reading = Profile_FileParse(file.bytes);
         m_items = reading.items;
         for (const auto& caption : reading.captions) tabProfile->setTabText(caption.first - 1, caption.second);
     } catch (const std::exception&) {

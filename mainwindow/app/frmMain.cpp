@@ -54,11 +54,6 @@ const QString kZSection = QStringLiteral("Z Focus Drive");
 const QString kXYSection = QStringLiteral("XY Stage");
 const QString kLinkSection = QStringLiteral("LinkSetting");
 
-// The per-user store of the three link values.
-QSettings linkStore() {
-    return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Zentor"),
-                     QStringLiteral("Zentor"));
-}
 
 } // namespace
 
@@ -427,13 +422,15 @@ void frmMain::writeLinkSettings() {
         s.mZoom.setLINK(1);
     if (s.mPath.LINK() == -1)
         s.mPath.setLINK(1);
-    QSettings store = linkStore();
-    store.beginGroup(kLinkSection);
-    store.setValue(QStringLiteral("Obj"), QString::number(s.mObj.LINK()));
-    store.setValue(QStringLiteral("Zoom"), QString::number(s.mZoom.LINK()));
-    store.setValue(QStringLiteral("Path"), QString::number(s.mPath.LINK()));
-    store.endGroup();
-    store.sync();
+    const std::unique_ptr<QSettings> store = SettingsPaths::LinkStore();
+    if (!store)
+        return;
+    store->beginGroup(kLinkSection);
+    store->setValue(QStringLiteral("Obj"), QString::number(s.mObj.LINK()));
+    store->setValue(QStringLiteral("Zoom"), QString::number(s.mZoom.LINK()));
+    store->setValue(QStringLiteral("Path"), QString::number(s.mPath.LINK()));
+    store->endGroup();
+    store->sync();
 }
 
 void frmMain::Form_Unload() {
@@ -441,6 +438,10 @@ void frmMain::Form_Unload() {
         return;
     m_unloaded = true;
     MainState& s = mainState();
+    // Every INI value the close writes (here, in btnClose_Click and in each
+    // panel's unload) goes into one replacement of its file, so that a kill
+    // at any moment of the close leaves each file all old or all new.
+    IniBatch closing;
 
     if (QWidget* grabber = QWidget::mouseGrabber())
         grabber->releaseMouse();
@@ -502,6 +503,7 @@ void frmMain::Form_Unload() {
 
     btnClose_Click();
     releaseFiber();
+    closing.commit();
 
     s.micService = nullptr;
     services.micService.reset();

@@ -8,6 +8,7 @@
 #include "core/base/VbConvert.h"
 #include "core/base/mdlCommon.h"
 #include "state/mdlReadStatus.h"
+#include "core/settings/SettingsPaths.h"
 
 #include <QSettings>
 
@@ -22,10 +23,12 @@ const QString kZSection = QStringLiteral("Z Focus Drive");
 // the link Init gave it (a nosepiece turned by hand is always linked).
 void frmMain::readLinkSettings() {
     MainState& s = mainState();
-    QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Zentor"), QStringLiteral("Zentor"));
-    store.beginGroup(QStringLiteral("LinkSetting"));
+    const std::unique_ptr<QSettings> store = SettingsPaths::LinkStore();
+    if (!store)
+        return;
+    store->beginGroup(QStringLiteral("LinkSetting"));
     auto apply = [&](const char* key, auto& object, auto* box) {
-        const QString text = store.value(QLatin1String(key)).toString();
+        const QString text = store->value(QLatin1String(key)).toString();
         if (text.trimmed().isEmpty() || object.SETUP() != 1)
             return;
         const int16_t link = vb::val(text) != 0 ? 1 : 0;
@@ -35,7 +38,7 @@ void frmMain::readLinkSettings() {
     apply("Obj", s.mObj, ui->ObjLink);
     apply("Zoom", s.mZoom, ui->ZoomLink);
     apply("Path", s.mPath, ui->PathLink);
-    store.endGroup();
+    store->endGroup();
 }
 
 void frmMain::ObservationStartup() {

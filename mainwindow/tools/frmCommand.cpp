@@ -15,6 +15,18 @@
 
 namespace {
 
+// A reply is shown up to this many characters (the console's box many times
+// over); a longer one is cut, and says so, since laying out a text of
+// megabytes in one line would freeze the panel.
+constexpr int kShownReply = 65536;
+
+QString shown(const QString& reply) {
+    if (reply.size() <= kShownReply)
+        return reply;
+    return reply.left(kShownReply) +
+           QStringLiteral("\n... (the reply has %1 characters; the first %2 are shown)").arg(reply.size()).arg(kShownReply);
+}
+
 // The console's face: a fixed-pitch font on a near-black field, as the
 // controller's own terminal shows its lines.
 void terminalLook(QWidget* w) {
@@ -83,7 +95,7 @@ void frmCommand::btnSend_Released() {
         MsgBox::show(QStringLiteral("Device_SendCommand Error"));
         return;
     }
-    txtReply->setPlainText(reply);
+    txtReply->setPlainText(shown(reply));
     txtSend->selectAll();
 }
 

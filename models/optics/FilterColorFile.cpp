@@ -1,12 +1,13 @@
 #include "models/optics/FilterColorFile.h"
 
+#include "core/base/FileRead.h"
 #include "core/base/WholeFile.h"
 
 #include "core/base/RunTimeError.h"
 #include "core/base/VbConvert.h"
 
+#include <QBuffer>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QStringList>
@@ -22,7 +23,7 @@ RunTimeError subscript() {
 // One line as a text file's line input reads it: up to CR LF, CR or LF. At the
 // end of the file with nothing left to read it fails with "Input past end of
 // file"; a last line without its line end is still a line.
-QString lineInput(QFile& file) {
+QString lineInput(QIODevice& file) {
     if (file.atEnd())
         throw RunTimeError(RunTimeError::InputPastEndOfFile, QStringLiteral("Input past end of file"));
     QByteArray line;
@@ -70,16 +71,22 @@ void FilterColor_Default(FilterColorList& mFColor) {
 
 void FilterColor_Read(FilterColorList& mFColor, const QString& path) {
     mFColor = FilterColorList();
-    const QFileInfo info(path);
-    if (!info.isFile()) {
+    FileRead::Result read = FileRead::read(path);
+    if (read.refused())
+        FileRead::tellOnce(read);
+    // A file the user may not read is the access error it always was; anything
+    // but a regular file (a pipe, a device, a folder) or a file beyond the
+    // bound is taken as no file: the default colours.
+    if (read.refused() && read.refusal == FileRead::Refusal::Unreadable)
+        throw RunTimeError(75, QStringLiteral("Path/File access error"));
+    if (!read.read()) {
         FilterColor_Default(mFColor);
         return;
     }
-    QDir().mkpath(info.absolutePath());
+    QDir().mkpath(QFileInfo(path).absolutePath());
 
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw RunTimeError(75, QStringLiteral("Path/File access error"));
+    QBuffer file(&read.bytes);
+    file.open(QIODevice::ReadOnly);
     for (int n = 1; n <= kFilterColorCount; ++n) {
         const QString line = lineInput(file);
         if (line.isEmpty())

@@ -29,8 +29,9 @@ const clsDefFillterCasette& FilterColor_Item(const FilterColorList& mFColor, int
 // Appends 249 fresh records, Number 1 to 249, white colours, E_SET/B_SET 0.
 void FilterColor_Default(FilterColorList& mFColor);
 
-// Makes mFColor anew from the file. No file (or a folder of that name): the
-// 249 defaults. Otherwise one record per line, up to 249 lines, added in file
+// Makes mFColor anew from the file. No file, or anything but a regular file
+// (a folder, a pipe, a device, also behind a link) or a file beyond
+// FileRead's bound: the 249 defaults, and the file is told on standard error. Otherwise one record per line, up to 249 lines, added in file
 // order: the position, not the Number field, decides which cube a line
 // colours. An empty line ends the reading at once. A line ends at CR LF, CR or
 // LF. Failures throw RunTimeError and leave mFColor with the records read so

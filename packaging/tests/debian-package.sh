@@ -1,11 +1,11 @@
 #!/bin/sh
-# debian-package.sh BUILD VERSION
+# debian-package.sh BUILD VERSION OUT
 # The Debian package CPack builds from the install rules: named and versioned
 # from the project, its dependencies declared, and its contents, unpacked in a
-# scratch root, the same installation the install rules make under /usr.
+# scratch root, the same installation the install rules make under /usr. The
+# package is left in OUT for the tests that check it further (lintian, dpkg).
 . "$(dirname "$0")/lib.sh"
-build=$1 version=$2
-out="$ZENTOR_TEST_HOME/package"
+build=$1 version=$2 out=$3
 rm -rf "$out"
 cpack -G DEB --config "$build/CPackConfig.cmake" -B "$out" >"$ZENTOR_TEST_HOME/cpack.log" 2>&1 \
   || fail "cpack failed: $(tail -n 20 "$ZENTOR_TEST_HOME/cpack.log")"
@@ -18,6 +18,13 @@ depends=$(dpkg-deb -f "$deb" Depends)
 for need in libqt6widgets6 libqt6dbus6 libc6 dbus-daemon dbus-session-bus; do
   echo "$depends" | grep -q "$need" || fail "Depends lacks $need: $depends"
 done
+# A virtual package is named only after a real one that provides it.
+echo "$depends" | grep -q 'dbus-user-session | [a-z-]*dbus-session-bus' \
+  || fail "the session bus dependency does not name a real package first: $depends"
+maintainer=$(dpkg-deb -f "$deb" Maintainer)
+case "$maintainer" in
+  *@localhost*|*.invalid*|*example*|"") fail "the maintainer is a placeholder: $maintainer" ;;
+esac
 
 dpkg-deb -c "$deb" >"$ZENTOR_TEST_HOME/contents.txt" || fail "dpkg-deb cannot list the package"
 while read -r f; do

@@ -13,4 +13,10 @@ check_tree "" "$prefix" "$version"
 # The installed program finds its delivered Camera.ini beside its prefix,
 # never in the build tree: the build-tree copy is out of its reach here.
 [ ! -e "$prefix/bin/Camera.ini" ] || fail "Camera.ini was installed beside the program"
+# The screenshot the metainfo shows is the one in the tree, at its size
+# (packaging/desktop/make-screenshot.sh makes it).
+shot="$ZENTOR_SOURCE_DIR/packaging/desktop/screenshots/main-panel.png"
+size=$(identify -format '%w %h' "$shot" 2>/dev/null) || fail "no screenshot $shot"
+grep -qF "width=\"${size% *}\" height=\"${size#* }\">https://zentor.org/screenshots/main-panel.png</image>" \
+  "$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" || fail "the metainfo's screenshot is not $size as $shot is"
 echo "PASS"

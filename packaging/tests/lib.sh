@@ -15,6 +15,29 @@ install_into() {
     || fail "cmake --install into '$2' failed: $(tail -n 5 "$ZENTOR_TEST_HOME/install.log")"
 }
 
+# user_unit_dir PREFIX: where the installation puts systemd user units for
+# PREFIX: the distribution's folder under /usr, the XDG data folder elsewhere.
+user_unit_dir() {
+  if [ "$1" = /usr ]; then echo /usr/lib/systemd/user; else echo "$1/share/systemd/user"; fi
+}
+
+# check_units ROOT PREFIX: the bus activation files name the systemd user
+# units, which run the same command line as the activation files' Exec=.
+check_units() {
+  units="$1$(user_unit_dir "$2")"
+  for pair in org.zentor.Microscope:zentor-service org.zentor.Fiber:zentor-fiber; do
+    name=${pair%%:*} unit=${pair#*:}
+    activation="$1$2/share/dbus-1/services/$name.service"
+    [ -s "$units/$unit.service" ] || fail "no systemd user unit $units/$unit.service"
+    grep -qxF "SystemdService=$unit.service" "$activation" || fail "$name.service does not name the unit $unit.service"
+    grep -qxF "BusName=$name" "$units/$unit.service" || fail "$unit.service does not wait for $name"
+    exec_line=$(sed -n 's/^Exec=//p' "$activation")
+    start_line=$(sed -n 's/^ExecStart=//p' "$units/$unit.service")
+    [ "$exec_line" = "$start_line" ] \
+      || fail "$unit.service starts '$start_line', the activation file '$exec_line'"
+  done
+}
+
 # check_tree ROOT PREFIX VERSION: the files an installation must hold under
 # ROOT (a DESTDIR-like root, or empty) whose paths name PREFIX.
 check_tree() {
@@ -43,12 +66,25 @@ check_tree() {
     || fail "desktop-file-validate rejects the desktop entry"
   appstreamcli validate --no-net --explain "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" \
     || fail "appstreamcli rejects the metainfo"
-  grep -qF "<release version=\"$version\"" "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" \
-    || fail "the metainfo's release is not $version"
-  for page in zentor zentor-service; do
-    grep -qF "\"Zentor $version\"" "$root$prefix/share/man/man1/$page.1" || fail "man page $page.1 does not carry $version"
-    MANWIDTH=80 man -l "$root$prefix/share/man/man1/$page.1" >/dev/null 2>&1 || fail "man cannot format $page.1"
+  grep -m 1 '<release ' "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" | grep -qF "<release version=\"$version\"" \
+    || fail "the metainfo's latest release is not $version"
+  grep -q '<screenshot type="default">' "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" \
+    || fail "the metainfo shows no screenshot"
+  for page in zentor zentor-service zentor-conformance; do
+    gzip -dc "$root$prefix/share/man/man1/$page.1.gz" | grep -qF "\"Zentor $version\"" \
+      || fail "man page $page.1.gz does not carry $version"
+    MANWIDTH=80 man -l "$root$prefix/share/man/man1/$page.1.gz" >/dev/null 2>&1 || fail "man cannot format $page.1.gz"
   done
+  [ ! -e "$root$prefix/share/man/man1/zentor.1" ] || fail "an uncompressed zentor.1 is installed beside zentor.1.gz"
+  check_units "$root" "$prefix"
+
+  # The licence travels with the program, and the history names this version.
+  grep -q '^License: BSD-3-Clause' "$root$prefix/share/doc/zentor/copyright" \
+    || fail "the copyright file does not state the BSD 3-Clause licence"
+  gzip -dc "$root$prefix/share/doc/zentor/changelog.gz" | head -n 1 | grep -qF "zentor ($version)" \
+    || fail "the changelog's latest entry is not $version: $(gzip -dc "$root$prefix/share/doc/zentor/changelog.gz" | head -n 1)"
+  grep -qF '<project_license>BSD-3-Clause</project_license>' "$root$prefix/share/metainfo/org.zentor.Zentor.metainfo.xml" \
+    || fail "the metainfo does not state the BSD 3-Clause licence"
 
   # --help and --version answer without a display.
   out=$(env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM= "$root$prefix/bin/zentor" --version 2>&1) \

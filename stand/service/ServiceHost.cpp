@@ -469,6 +469,19 @@ private:
 
 // --- the host -----------------------------------------------------------------------------
 
+namespace {
+// Why the bus refused a name: a name another process owns is no error of the
+// bus's, so say whose it is (an administrator looks that process up).
+QString whyNotOwned(const QDBusConnection& bus, const QString& name)
+{
+    const uint owner = bus.interface() ? bus.interface()->servicePid(name).value() : 0;
+    if (owner != 0)
+        return QStringLiteral("process %1 owns it").arg(owner);
+    const QString error = bus.lastError().message();
+    return error.isEmpty() ? QStringLiteral("the bus refused it") : error;
+}
+} // namespace
+
 ServiceHost::ServiceHost(const QDBusConnection& bus, SimulatedService* service, Log log, QObject* parent)
     : QObject(parent), m_bus(bus), m_service(service), m_log(std::move(log))
 {
@@ -514,7 +527,7 @@ bool ServiceHost::serveMicroscopes(const QString& busName, QString& error)
     if (!registerMicroscopeObjects(error))
         return false;
     if (!m_bus.registerService(busName)) {
-        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
+        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, whyNotOwned(m_bus, busName));
         return false;
     }
     return true;
@@ -548,7 +561,7 @@ bool ServiceHost::serveFiber(SimulatedFiber* fiber, const QString& busName, QStr
         return false;
     if (!m_bus.registerService(busName)) {
         m_bus.unregisterObject(ZentorBus::FiberPath);
-        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, m_bus.lastError().message());
+        error = QStringLiteral("cannot own the bus name %1: %2").arg(busName, whyNotOwned(m_bus, busName));
         return false;
     }
     return true;

@@ -2,18 +2,20 @@
 // session bus. It serves the service's simulated microscope (index 0) and the
 // stands of its configuration (1..), and the fiber illuminator under a name of
 // its own, until the bus goes away or it is stopped.
+#include "core/base/FileRead.h"
 #include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
 #include "stand/StandMemory.h"
 #include "stand/service/ServiceHost.h"
+#include "stand/service/ServiceLog.h"
+#include "stand/service/StandFolders.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -24,34 +26,23 @@
 
 namespace {
 
-void say(const QString& text)
-{
-    std::fprintf(stderr, "zentor-service: %s\n", text.toLocal8Bit().constData());
-    std::fflush(stderr);
-}
-
 int fail(const QString& text)
 {
-    say(QStringLiteral("error: ") + text);
+    ServiceLog::error(text);
     return 2;
 }
 
+// A configuration names a few files and numbers.
+constexpr qint64 kLargestConfiguration = 1024 * 1024;
+
 struct Configuration {
-    QStringList stands;
+    QStringList stands;       // named one by one: each must be a description
+    QStringList folders;      // every *.json in them, least important first
     double speedFactor = 1.0;
     bool microscopes = true;
     bool fiber = true;
     int wheelModel = 0;
 };
-
-QStringList descriptionsIn(const QString& dir)
-{
-    QStringList files;
-    const QFileInfoList entries = QDir(dir).entryInfoList({QStringLiteral("*.json")}, QDir::Files, QDir::Name);
-    for (const QFileInfo& f : entries)
-        files << f.absoluteFilePath();
-    return files;
-}
 
 // Reads a configuration file (JSON):
 //   { "stands": ["a.json", ...], "descriptionsDir": "dir", "speedFactor": 1.0,
@@ -59,13 +50,14 @@ QStringList descriptionsIn(const QString& dir)
 // Relative paths are taken from the file's folder.
 bool readConfiguration(const QString& path, Configuration& config, QString& error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read the configuration %1: %2").arg(path, file.errorString());
+    const FileRead::Result file = FileRead::read(path, kLargestConfiguration);
+    if (!file.read()) {
+        error = QStringLiteral("cannot read the configuration %1: %2")
+                    .arg(path, file.missing() ? QStringLiteral("it does not exist") : file.why);
         return false;
     }
     QJsonParseError parse{};
-    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parse);
+    const QJsonDocument doc = QJsonDocument::fromJson(file.bytes, &parse);
     if (parse.error != QJsonParseError::NoError || !doc.isObject()) {
         error = QStringLiteral("the configuration %1 is not a JSON object (%2 at offset %3)")
                     .arg(path, parse.errorString()).arg(parse.offset);
@@ -93,7 +85,7 @@ bool readConfiguration(const QString& path, Configuration& config, QString& erro
                 error = QStringLiteral("%1: \"descriptionsDir\" must name a folder").arg(path);
                 return false;
             }
-            config.stands << descriptionsIn(base.absoluteFilePath(v.toString()));
+            config.folders << base.absoluteFilePath(v.toString());
         } else if (key == QLatin1String("speedFactor")) {
             if (!v.isDouble() || v.toDouble() < 0) {
                 error = QStringLiteral("%1: \"speedFactor\" must be a number of at least 0").arg(path);
@@ -140,6 +132,7 @@ int main(int argc, char* argv[])
     // crosses both twice).
     qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
+    ServiceLog::takeQtMessages();
     QCoreApplication::setApplicationName(QStringLiteral("zentor-service"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZENTOR_VERSION));
 
@@ -149,7 +142,14 @@ int main(int argc, char* argv[])
         "Serves the simulated microscope (index 0) and one microscope per stand\n"
         "description file (index 1.. in the order given) as org.zentor.Microscope,\n"
         "and the fiber illuminator as org.zentor.Fiber. Normally the bus starts it\n"
-        "on demand from its .service file; it runs until the bus goes away.\n"
+        "on demand from its .service file (under systemd as the user unit\n"
+        "zentor-service); it runs until the bus goes away.\n"
+        "Stand descriptions: the shipped ones (--descriptions-dir), then every\n"
+        "*.json in the configuration folders $XDG_CONFIG_DIRS/zentor/stands\n"
+        "(/etc/xdg/zentor/stands) and $XDG_CONFIG_HOME/zentor/stands\n"
+        "(~/.config/zentor/stands), where a lab adds its stands; a file of the same\n"
+        "name in a later folder replaces the earlier one. A file there that cannot\n"
+        "be read is reported and left out; the others are served.\n"
         "Configuration file (JSON): {\"stands\": [files], \"descriptionsDir\": dir,\n"
         "\"speedFactor\": 1.0, \"fiber\": true, \"fiberWheelModel\": 0}; options given\n"
         "on the command line add to it (stands) or override it."));
@@ -187,8 +187,9 @@ int main(int argc, char* argv[])
                                           .arg(ZentorBus::ControlInterface));
     const QCommandLineOption stateOpt(QStringLiteral("state-file"),
                                       QStringLiteral("Keep the stands' user observation methods (7 to 12) in <file>, "
-                                                     "so that they survive a restart (default %1).")
-                                          .arg(StandMemory::defaultPath()),
+                                                     "so that they survive a restart (default %1). A damaged file is "
+                                                     "kept beside it as <file>.damaged-<UTC time> (the last %2).")
+                                          .arg(StandMemory::defaultPath()).arg(StandMemory::kDamagedCopiesKept),
                                       QStringLiteral("file"));
     const QCommandLineOption versionOpt(
         QStringLiteral("interface-version"),
@@ -211,12 +212,13 @@ int main(int argc, char* argv[])
         const QString dir = parser.value(dirOpt);
         // A missing folder (an installation that lost its delivered files)
         // still serves the service's own simulated microscope.
-        if (QFileInfo(dir).isDir())
-            config.stands << descriptionsIn(dir);
-        else
-            say(QStringLiteral("warning: the descriptions folder %1 does not exist; "
-                               "serving the simulated microscope only").arg(dir));
+        if (!QFileInfo::exists(dir))
+            ServiceLog::warning(QStringLiteral("the descriptions folder %1 does not exist; "
+                                               "serving the simulated microscope only").arg(dir));
+        config.folders << dir;
     }
+    // Stands a lab installs, after the shipped ones, the user's last.
+    config.folders << StandFolders::configFolders();
     for (const QString& s : parser.values(standOpt))
         config.stands << QFileInfo(s).absoluteFilePath();
     if (parser.isSet(speedOpt)) {
@@ -236,18 +238,27 @@ int main(int argc, char* argv[])
     }
 
     // The stands' non-volatile memory; a damaged file is set aside and said.
-    StandMemory memory(parser.isSet(stateOpt) ? parser.value(stateOpt) : StandMemory::defaultPath(), say);
+    StandMemory memory(parser.isSet(stateOpt) ? parser.value(stateOpt) : StandMemory::defaultPath(),
+                       ServiceLog::warning);
     memory.load();
 
     const StandClock clock = config.speedFactor == 0 ? StandClock::instant() : StandClock::realTime(config.speedFactor);
-    std::unique_ptr<SimulatedService> service;
-    try {
-        // Reads every description now, so that a bad file stops the start.
-        service = std::make_unique<SimulatedService>(clock, config.microscopes ? config.stands : QStringList());
-        service->keepUserMethodsIn(&memory);
-    } catch (const RunTimeError& e) {
-        return fail(e.description());
+    // Every description is read now. One found in a folder that cannot be
+    // read is said and left out, and the others are served; a stand named on
+    // its own must be there, so a bad one stops the start.
+    QVector<StandDescription> stands;
+    if (config.microscopes) {
+        stands = StandFolders::loadEach(
+            StandFolders::collect(config.folders, ServiceLog::warning, ServiceLog::info), ServiceLog::warning);
+        try {
+            for (const QString& file : config.stands)
+                stands << StandDescription::load(file);
+        } catch (const RunTimeError& e) {
+            return fail(e.description());
+        }
     }
+    const std::unique_ptr<SimulatedService> service = SimulatedService::fromDescriptions(clock, stands);
+    service->keepUserMethodsIn(&memory);
 
     const QString microscopeName = parser.isSet(nameOpt) ? parser.value(nameOpt) : ZentorBus::MicroscopeService;
     const QString fiberName = parser.isSet(fiberNameOpt) ? parser.value(fiberNameOpt) : ZentorBus::FiberService;
@@ -255,51 +266,51 @@ int main(int argc, char* argv[])
     if (!bus.isConnected())
         return fail(QStringLiteral("no D-Bus session bus: %1").arg(bus.lastError().message()));
 
-    ServiceHost host(bus, service.get(), say);
+    ServiceHost host(bus, service.get(), ServiceLog::info);
     if (parser.isSet(faultOpt)) {
         host.enableFaultInjection();
-        say(QStringLiteral("fault injection enabled (%1)").arg(ZentorBus::ControlInterface));
+        ServiceLog::info(QStringLiteral("fault injection enabled (%1)").arg(ZentorBus::ControlInterface));
     }
     if (parser.isSet(versionOpt)) {
         if (!host.serveVersion(ZentorBus::InterfaceVersion::parse(parser.value(versionOpt))))
             return fail(QStringLiteral("--interface-version \"%1\": give MAJOR.MINOR of major %2, minor at most %3")
                             .arg(parser.value(versionOpt)).arg(ZentorBus::servedVersion().major)
                             .arg(ZentorBus::servedVersion().minor));
-        say(QStringLiteral("serving interface version %1").arg(host.servedVersion().text()));
+        ServiceLog::info(QStringLiteral("serving interface version %1").arg(host.servedVersion().text()));
     }
     if (config.microscopes) {
         if (!host.serveMicroscopes(microscopeName, error))
             return fail(error + QStringLiteral(" (is another zentor-service running?)"));
         const QStringList names = service->deviceNames();
-        say(QStringLiteral("serving %1 on %2, motors %3")
+        ServiceLog::info(QStringLiteral("serving %1 on %2, motors %3")
                 .arg(microscopeName, bus.baseService(),
                      config.speedFactor == 0 ? QStringLiteral("arriving at once")
                                              : QStringLiteral("at %1 x real time").arg(config.speedFactor)));
         for (int i = 0; i < names.size(); ++i)
-            say(QStringLiteral("  microscope %1 \"%2\" at %3%4")
+            ServiceLog::info(QStringLiteral("  microscope %1 \"%2\" at %3%4")
                     .arg(i).arg(names[i], ZentorBus::devicePath(i),
                                 i == 0 ? QStringLiteral(" (simulated)")
-                                       : QStringLiteral(" (%1)").arg(config.stands.value(i - 1))));
+                                       : QStringLiteral(" (%1)").arg(stands.value(i - 1).origin)));
     }
     std::unique_ptr<SimulatedFiber> fiber;
     if (config.fiber) {
         fiber = std::make_unique<SimulatedFiber>(clock, true, static_cast<int16_t>(config.wheelModel));
         if (host.serveFiber(fiber.get(), fiberName, error)) {
-            say(QStringLiteral("serving %1 at %2").arg(fiberName, ZentorBus::FiberPath));
+            ServiceLog::info(QStringLiteral("serving %1 at %2").arg(fiberName, ZentorBus::FiberPath));
         } else if (!config.microscopes) {
             return fail(error);
         } else {
             // Another process serves the illuminator; the microscopes go on.
-            say(QStringLiteral("fiber illuminator left out: ") + error);
+            ServiceLog::warning(QStringLiteral("fiber illuminator left out: ") + error);
             fiber.reset();
         }
     } else {
-        say(QStringLiteral("fiber illuminator left out (--no-fiber)"));
+        ServiceLog::info(QStringLiteral("fiber illuminator left out (--no-fiber)"));
     }
 
     // End with the bus rather than linger.
     QObject::connect(&host, &ServiceHost::busGone, &app, [] {
-        say(QStringLiteral("the bus has gone; stopping"));
+        ServiceLog::info(QStringLiteral("the bus has gone; stopping"));
         QCoreApplication::exit(0);
     });
 

@@ -6,6 +6,10 @@
 #include <QFileInfo>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 QString home() { return QString::fromLocal8Bit(qgetenv("ZENTOR_TEST_HOME")); }
@@ -465,4 +469,116 @@ TEST_F(Ini, SectionNameWithBracketsRunsToTheLastBracket) {
     EXPECT_EQ(bytes(), QByteArray("[Zentor  [ Simulated Microscope ]]\r\nShow=True\r\nTop=15\r\n"));
     EXPECT_EQ(ini.Ini_ReadStr(section, QStringLiteral("Show"), QString()), QStringLiteral("True"));
     EXPECT_EQ(sections(), QStringList{section});
+}
+
+// --- files that are no settings files ----------------------------------------
+
+namespace {
+QByteArray native(const QString& path) { return QFile::encodeName(path); }
+} // namespace
+
+TEST_F(Ini, APipeAtThePathReadsAsDefaultsAtOnceAndIsNeverWritten) {
+    ASSERT_EQ(::mkfifo(native(path).constData(), 0600), 0);
+    EXPECT_EQ(ini.Ini_ReadInt(QStringLiteral("Form_Position"), QStringLiteral("Top"), -1), -1);
+    EXPECT_EQ(ini.Ini_ReadStr(QStringLiteral("S"), QStringLiteral("K"), QStringLiteral("d")), QStringLiteral("d"));
+    EXPECT_EQ(sections(), QStringList());
+    EXPECT_EQ(ini.Ini_Write(QStringLiteral("S"), QStringLiteral("K"), QStringLiteral("v")), 0);
+    EXPECT_EQ(ini.Ini_DelKey(QStringLiteral("S"), QStringLiteral("K")), 0);
+    struct stat st {};
+    ASSERT_EQ(::lstat(native(path).constData(), &st), 0);
+    EXPECT_TRUE(S_ISFIFO(st.st_mode));
+}
+
+TEST_F(Ini, ALinkToAnEndlessDeviceOrAHugeFileReadsAsDefaults) {
+    ASSERT_EQ(::symlink("/dev/zero", native(path).constData()), 0);
+    EXPECT_EQ(ini.Ini_ReadStr(QStringLiteral("S"), QStringLiteral("K"), QStringLiteral("d")), QStringLiteral("d"));
+    EXPECT_EQ(ini.Ini_Write(QStringLiteral("S"), QStringLiteral("K"), QStringLiteral("v")), 0);
+
+    const QString huge = folder + QStringLiteral("/Setup.ini");
+    const int fd = ::open(native(huge).constData(), O_WRONLY | O_CREAT, 0600);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::ftruncate(fd, qint64(64) << 30), 0);
+    ::close(fd);
+    clsIniEdit setup(huge);
+    EXPECT_EQ(setup.Ini_ReadInt(QStringLiteral("JoyPad"), QStringLiteral("Button1"), -1), -1);
+    EXPECT_EQ(setup.Ini_Write(QStringLiteral("JoyPad"), QStringLiteral("Button1"), QStringLiteral("41")), 0);
+    EXPECT_EQ(QFileInfo(huge).size(), qint64(64) << 30);
+}
+
+TEST_F(Ini, ALinkThatPointsNowhereIsNotWrittenThrough) {
+    const QString planted = folder + QStringLiteral("/planted/target.ini");
+    ASSERT_EQ(::symlink(native(planted).constData(), native(path).constData()), 0);
+    EXPECT_EQ(ini.Ini_ReadStr(QStringLiteral("S"), QStringLiteral("K"), QStringLiteral("d")), QStringLiteral("d"));
+    EXPECT_EQ(ini.Ini_Write(QStringLiteral("S"), QStringLiteral("K"), QStringLiteral("v")), 0);
+    EXPECT_FALSE(QFileInfo::exists(planted));
+    EXPECT_TRUE(QFileInfo(path).isSymLink());
+}
+
+// --- a batch: the writes of one moment as one replacement ---------------------
+
+TEST_F(Ini, ABatchWritesEachFileOnceByTheSameRules) {
+    const QByteArray start = "; the operator's\r\n[Form_Position]\r\nTop=1\r\n[form_position]\r\nTop=2\r\n"
+                             "[Notes]\r\nSlide=kidney\r\n";
+    // The same writes, once value by value and once in a batch.
+    auto writes = [](clsIniEdit& f) {
+        f.Ini_Write(QStringLiteral("Form_Position"), QStringLiteral("Top"), QStringLiteral("15"));
+        f.Ini_Write(QStringLiteral("FORM_POSITION"), QStringLiteral("Left"), QStringLiteral("30"));
+        f.Ini_Write(QStringLiteral("Z Focus Drive"), QStringLiteral("ControlMax"), QStringLiteral("400000"));
+        f.Ini_DelKey(QStringLiteral("Notes"), QStringLiteral("Slide"));
+        f.Ini_Write(QStringLiteral("Notes"), QStringLiteral("Slide"), QStringLiteral("liver"));
+    };
+    const QString plainPath = folder + QStringLiteral("/plain.ini");
+    writeBytes(plainPath, start);
+    clsIniEdit plain(plainPath);
+    writes(plain);
+
+    given(start);
+    {
+        IniBatch batch;
+        writes(ini);
+        // Read back inside the batch, also through another object of the file.
+        clsIniEdit other(path);
+        EXPECT_EQ(other.Ini_ReadInt(QStringLiteral("form_position"), QStringLiteral("left"), -1), 30);
+        EXPECT_EQ(other.Ini_ReadStr(QStringLiteral("Notes"), QStringLiteral("Slide"), QString()), QStringLiteral("liver"));
+        // Nothing on the disk yet.
+        EXPECT_EQ(bytes(), start);
+        EXPECT_TRUE(batch.commit());
+        EXPECT_EQ(bytes(), readBytes(plainPath));
+        // After the commit every write goes to the file at once again.
+        ini.Ini_Write(QStringLiteral("Form_Position"), QStringLiteral("Open"), QStringLiteral("2"));
+        EXPECT_TRUE(bytes().contains("Open=2\r\n"));
+    }
+    EXPECT_TRUE(bytes().contains("Open=2\r\n"));
+}
+
+TEST_F(Ini, ABatchMadeInsideAnotherJoinsItAndTheEndOfTheBatchCommits) {
+    given("[S]\r\nA=1\r\n");
+    {
+        IniBatch outer;
+        {
+            IniBatch inner;
+            ini.Ini_Write(QStringLiteral("S"), QStringLiteral("A"), QStringLiteral("2"));
+            EXPECT_TRUE(inner.commit());   // joins the outer one: nothing written yet
+        }
+        EXPECT_EQ(bytes(), QByteArray("[S]\r\nA=1\r\n"));
+        ini.Ini_Write(QStringLiteral("S"), QStringLiteral("B"), QStringLiteral("3"));
+    }
+    EXPECT_EQ(bytes(), QByteArray("[S]\r\nA=2\r\nB=3\r\n"));
+}
+
+TEST_F(Ini, ABatchLeavesAFileItCannotWriteAsItWasAndSaysSo) {
+    ASSERT_EQ(::mkfifo(native(path).constData(), 0600), 0);
+    const QString other = folder + QStringLiteral("/Setup.ini");
+    IniBatch batch;
+    EXPECT_EQ(ini.Ini_Write(QStringLiteral("S"), QStringLiteral("K"), QStringLiteral("v")), 0);
+    clsIniEdit setup(other);
+    EXPECT_EQ(setup.Ini_Write(QStringLiteral("JoyPad"), QStringLiteral("Up"), QStringLiteral("1")), 1);
+    EXPECT_TRUE(batch.commit());
+    EXPECT_EQ(readBytes(other), QByteArray("[JoyPad]\r\nUp=1\r\n"));
+    // A file refused only at the commit (its folder made read-only meanwhile).
+    IniBatch second;
+    setup.Ini_Write(QStringLiteral("JoyPad"), QStringLiteral("Up"), QStringLiteral("2"));
+    QDir(folder).removeRecursively();
+    writeBytes(folder, "a file where the folder was");
+    EXPECT_FALSE(second.commit());
 }

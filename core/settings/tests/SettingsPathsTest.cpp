@@ -8,7 +8,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
+#include <QSettings>
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -207,4 +211,43 @@ TEST_F(DeliveredCameraIni, AHeadNamedInSeveralSectionsCanFocusIfAnyOfThemCan) {
             found = true;
     }
     EXPECT_TRUE(found) << "the table should carry one head listed with and without auto focus";
+}
+
+TEST_F(FirstRun, ADeliveredCameraIniThatIsNoFileIsPassedOverAtOnce) {
+    const QString src = program + QStringLiteral("/Camera.ini");
+    ASSERT_EQ(::symlink("/dev/zero", QFile::encodeName(src).constData()), 0);
+    EXPECT_FALSE(SettingsPaths::CameraIni_Prepare(program));
+    EXPECT_FALSE(QFile::exists(SettingsPaths::CameraIni()));
+}
+
+TEST(LinkStore, LivesInTheConfigurationHomeUnderTheProgramsName) {
+    EXPECT_EQ(SettingsPaths::LinkStorePath(),
+              QString::fromLocal8Bit(qgetenv("XDG_CONFIG_HOME")) + QStringLiteral("/Zentor/Zentor.conf"));
+    QFile::remove(SettingsPaths::LinkStorePath());
+    {
+        const std::unique_ptr<QSettings> store = SettingsPaths::LinkStore();
+        ASSERT_TRUE(store);
+        store->setValue(QStringLiteral("LinkSetting/Obj"), QStringLiteral("1"));
+    }
+    EXPECT_TRUE(readBytes(SettingsPaths::LinkStorePath()).contains("Obj=1"));
+}
+
+TEST(LinkStore, APipeInItsPlaceIsPassedOverAndNotWaitedOn) {
+    const QString path = SettingsPaths::LinkStorePath();
+    QFile::remove(path);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    EXPECT_FALSE(SettingsPaths::LinkStore());
+    QFile::remove(path);
+}
+
+TEST(LinkStore, ALinkThatPointsNowhereIsNeitherReadNorWrittenThrough) {
+    const QString path = SettingsPaths::LinkStorePath();
+    const QString planted = testHome() + QStringLiteral("/planted/Zentor.conf");
+    QFile::remove(path);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    ASSERT_EQ(::symlink(QFile::encodeName(planted).constData(), QFile::encodeName(path).constData()), 0);
+    EXPECT_FALSE(SettingsPaths::LinkStore());
+    EXPECT_FALSE(QFileInfo::exists(planted));
+    QFile::remove(path);
 }

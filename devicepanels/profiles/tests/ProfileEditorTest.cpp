@@ -2,6 +2,8 @@
 // the operator's changes, Current Status, sending, the file actions, and each
 // of their failures. Messages are recorded, dialogs answered by the test.
 #include "EditorTestSupport.h"
+#include "core/base/tests/PlainUserFiles.h"
+#include "stand/StandMemory.h"
 
 #include "widgets/usrButton.h"
 #include "models/profiles/ProfileFile.h"
@@ -10,6 +12,9 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTreeWidget>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -548,4 +553,53 @@ TEST_F(EditorTest, ANameTooLongForTheStandFromAFileIsRefusedWholeWhenSent) {
     EXPECT_EQ(mic->ObservationName(7), QStringLiteral("before"));
     EXPECT_EQ(mic->ObservationPosition(7).objective, 2);
     EXPECT_TRUE(f->isEnabled());
+}
+
+TEST_F(EditorTest, APipeOrADeviceChosenAsAProfileFileIsAFileReadErrorAndNeverWaitedOn) {
+    openStand();
+    const QString pipe = saved("pipe.txt");
+    const QString zero = saved("zero.txt");
+    QFile::remove(pipe);
+    QFile::remove(zero);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    ASSERT_EQ(::symlink("/dev/zero", QFile::encodeName(zero).constData()), 0);
+    for (const QString& path : {pipe, zero}) {
+        frmProfile* f = openEditor();
+        Dialogs::Answerer answer([&](Dialogs::Kind) { return path; });
+        recorder->clear();
+        click(f->btnRead);
+        EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("File Read Error")}) << path.toStdString();
+        ASSERT_EQ(f->items().size(), 6);
+        EXPECT_EQ(Profile_FileText(f->items()).left(40), QByteArray("1,User,7,1,1,1,0,0,0,0,0,0,0,0,1,1,1,0,0"));
+        EXPECT_TRUE(f->isEnabled());
+        closeEditor();
+    }
+    QFile::remove(pipe);
+    QFile::remove(zero);
+}
+
+TEST_F(EditorTest, AMethodTheStandCannotKeepIsRefusedWithTheSendsMessageAndUndone) {
+    ASSERT_TRUE(testsupport::obeyFilePermissions());
+    openStand();
+    mic->setObservationName(7, QStringLiteral("kept before"));
+    // The stand's memory lies in a folder it may not write.
+    const QString folder = saved("closed-state");
+    QDir(folder).removeRecursively();
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_EQ(::chmod(QFile::encodeName(folder).constData(), 0555), 0);
+    StandMemory memory(folder + QStringLiteral("/zentor-service.json"), [](const QString&) {});
+    mic->connectedStand()->keepUserMethodsWith(
+        [&memory](const StandUserMethods& m) { return memory.keep(QStringLiteral("0 stand"), m); });
+
+    frmProfile* f = openEditor();
+    f->tabProfile->setCurrentIndex(0);
+    typeName(f, QStringLiteral("not kept"));
+    recorder->clear();
+    click(f->btnSend);
+    EXPECT_EQ(recorder->texts(), QStringList{QStringLiteral("Observation_Position Send Error")});
+    EXPECT_EQ(mic->ObservationName(7), QStringLiteral("kept before"));
+    EXPECT_TRUE(f->isEnabled());
+    closeEditor();
+    mic->connectedStand()->keepUserMethodsWith({});
+    ::chmod(QFile::encodeName(folder).constData(), 0755);
 }

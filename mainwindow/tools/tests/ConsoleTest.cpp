@@ -84,11 +84,51 @@ TEST(Console, HugeAndNonAsciiCommandsAreAnsweredWithoutHarm) {
     ToolRig rig;
     auto* c = console(rig);
     ASSERT_NE(c, nullptr);
-    send(c, QString(30000, QLatin1Char('r')));
+    // Within the controller's bound an unknown command is answered, quoting
+    // only its beginning.
+    send(c, QString(SimulatedStand::kLongestCommand, QLatin1Char('r')));
     EXPECT_TRUE(c->txtReply->toPlainText().startsWith(QStringLiteral("ERR,unknown command")));
+    EXPECT_LT(c->txtReply->toPlainText().size(), 100);
     send(c, QString::fromUtf8("r\xC2\xB5VER \xE2\x86\x92"));
     EXPECT_TRUE(c->txtReply->toPlainText().startsWith(QStringLiteral("ERR,unknown command")));
     EXPECT_TRUE(rig.boxes.texts().isEmpty());
+    // Beyond it the call is refused: the message of a failed call, the reply
+    // as it was.
+    const QString before = c->txtReply->toPlainText();
+    send(c, QString(30000, QLatin1Char('r')));
+    EXPECT_EQ(rig.boxes.texts(), QStringList{"Device_SendCommand Error"});
+    EXPECT_EQ(c->txtReply->toPlainText(), before);
+}
+
+namespace {
+// A service whose controller answers at length (the simulated stand bounds
+// its own replies; another service need not).
+class LongWindedMicroscope : public SimulatedMicroscope {
+public:
+    using SimulatedMicroscope::SimulatedMicroscope;
+    void SendCommand(const QString& command, QString& reply) override {
+        SimulatedMicroscope::SendCommand(command, reply);
+        reply = reply + QString(16 * 1024 * 1024, QLatin1Char('x'));
+    }
+};
+} // namespace
+
+TEST(Console, AReplyOfAnyLengthIsShownCutWithoutFreezingThePanel) {
+    ToolRig rig;
+    auto* c = console(rig);
+    ASSERT_NE(c, nullptr);
+    LongWindedMicroscope longWinded(&rig.service);
+    longWinded.Connect(1);
+    MicroscopeService* usual = mainState().micService;
+    mainState().micService = &longWinded;
+    send(c, QStringLiteral("rVER1"));
+    mainState().micService = usual;
+    const QString shown = c->txtReply->toPlainText();
+    EXPECT_TRUE(shown.startsWith(QStringLiteral("rVER,")));
+    EXPECT_LT(shown.size(), 70000);
+    EXPECT_TRUE(shown.contains(QStringLiteral("characters; the first 65536 are shown"))) << shown.right(120).toStdString();
+    EXPECT_TRUE(rig.boxes.texts().isEmpty());
+    longWinded.Disconnect();
 }
 
 TEST(Console, UpAndDownOnlyEditAndNothingOfTheConsoleOutlivesIt) {

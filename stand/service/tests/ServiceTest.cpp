@@ -460,6 +460,8 @@ TEST(ServiceStart, ASecondServiceOnTheSameBusRefusesToStart)
     const ServiceRun r = runService({QStringLiteral("--speed"), QStringLiteral("0")});
     EXPECT_NE(r.exitCode, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("org.zentor.Microscope"))) << r.err.toStdString();
+    // It says whose the name is, so that the other service can be found.
+    EXPECT_TRUE(r.err.contains(QStringLiteral("process %1 owns it").arg(first.pid()))) << r.err.toStdString();
 }
 
 TEST(ServiceStart, ItLogsWhatItServes)
@@ -467,9 +469,15 @@ TEST(ServiceStart, ItLogsWhatItServes)
     QProcess p;
     p.start(ServiceProcess::executable(), {QStringLiteral("--speed"), QStringLiteral("0")});
     ASSERT_TRUE(ServiceProcess::waitForName(ZentorBus::FiberService, true));
+    // The name is owned a moment before the line saying so is written: read
+    // until it is there (or the service stops saying anything).
+    p.setReadChannel(QProcess::StandardError);
+    QString err;
+    while (!err.contains(QStringLiteral("serving org.zentor.Fiber")) && p.waitForReadyRead(10000))
+        err += QString::fromLocal8Bit(p.readAllStandardError());
     p.terminate();
     p.waitForFinished(10000);
-    const QString err = QString::fromLocal8Bit(p.readAllStandardError());
+    err += QString::fromLocal8Bit(p.readAllStandardError());
     EXPECT_TRUE(err.contains(QStringLiteral("serving org.zentor.Microscope"))) << err.toStdString();
     EXPECT_TRUE(err.contains(QStringLiteral("microscope 0"))) << err.toStdString();
     EXPECT_TRUE(err.contains(QStringLiteral("serving org.zentor.Fiber"))) << err.toStdString();
