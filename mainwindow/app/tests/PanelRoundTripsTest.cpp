@@ -7,6 +7,7 @@
 #include "BusMonitor.h"
 #include "MainWindowTestSupport.h"
 #include "ServiceProcess.h"
+#include "WaitUntil.h"
 
 #include "core/service/dbus/DBusMicroscopeService.h"
 #include "mainwindow/mainpanel/MainPanel.h"
@@ -21,16 +22,6 @@
 #include <map>
 
 namespace {
-
-template <typename Pred>
-bool waitFor(Pred done, int limitMs = 30000)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!done() && t.elapsed() < limitMs)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
-}
 
 // The panel shows the service's values once its reading is filled in.
 bool filled(QWidget* panel)
@@ -50,13 +41,7 @@ struct Opening {
 std::map<QString, Opening> openEachPanel(frmMain& w, BusMonitor& monitor)
 {
     std::map<QString, Opening> out;
-    MainPanel* ui = w.ui;
-    const std::pair<const char*, usrButton*> buttons[] = {
-        {"frmSubObj", ui->btnObj[0]},     {"frmSubFilter", ui->btnFilter[0]}, {"frmSubCond", ui->btnCond[0]},
-        {"frmSubPath", ui->btnFrmPath[0]}, {"frmSubAp", ui->btnAp[0]},        {"frmSubFS", ui->btnFS[0]},
-        {"frmSubEpiFS", ui->btnEpiFS[0]}, {"frmSubND", ui->btnND[0]},         {"frmSubLamp", ui->btnClamp[0]},
-        {"frmSubZoom", ui->btnZoom[0]},   {"frmSubZ", ui->btnZ[0]},           {"frmSubStage", ui->btnXY[0]},
-    };
+    const auto buttons = devicePanelButtons(w.ui);
     for (const auto& [formName, button] : buttons) {
         const QString form = QLatin1String(formName);
         if (!button || !button->isVisibleTo(&w))
@@ -66,7 +51,7 @@ std::map<QString, Opening> openEachPanel(frmMain& w, BusMonitor& monitor)
         const uint64_t trips = DBusMicroscopeService::roundTrips();
         QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
         QWidget* panel = nullptr;
-        const bool shown = waitFor([&] {
+        const bool shown = waitUntil([&] {
             return (panel = FormRegistry::loaded(form)) && panel->isVisible() && filled(panel);
         });
         EXPECT_TRUE(shown) << formName;
@@ -74,7 +59,7 @@ std::map<QString, Opening> openEachPanel(frmMain& w, BusMonitor& monitor)
         pump(100);
         out[form] = {monitor.count("/org/zentor/Microscope"), DBusMicroscopeService::roundTrips() - trips};
         QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
-        waitFor([&] { return FormRegistry::loaded(form) == nullptr; });
+        waitUntil([&] { return FormRegistry::loaded(form) == nullptr; });
     }
     return out;
 }
@@ -107,7 +92,7 @@ protected:
         {
             frmMain w(QStringList{QStringLiteral("zentor")});
             w.show();
-            EXPECT_TRUE(waitFor([&] { return !w.FirstActivate && mainState().MicConnected; }, 60000))
+            EXPECT_TRUE(waitUntil([&] { return !w.FirstActivate && mainState().MicConnected; }, 60000))
                 << recorder.texts().join('|').toStdString();
             // The lamp panel shows its reading with the lamp on.
             if (mainState().micService->LampIsOn() == 0)
