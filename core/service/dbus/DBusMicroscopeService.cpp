@@ -55,6 +55,9 @@ DBusMicroscopeService::DBusMicroscopeService(const QDBusConnection& bus, const Q
 DBusMicroscopeService::~DBusMicroscopeService()
 {
     unsubscribe();
+    // Snapshots still on their way are answered to no one now.
+    for (; m_picturesInFlight > 0; --m_picturesInFlight)
+        callAnswered();
 }
 
 uint64_t DBusMicroscopeService::s_callsMade = 0;
