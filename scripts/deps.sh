@@ -18,7 +18,7 @@ packages=(
   at-spi2-core python3-pyatspi                   # accessibility test: the AT-SPI bus and a client that walks the window
   xtrace                      # bench_idle counts the idle panel's X requests
   clang libclang-rt-14-dev ninja-build   # scripts/test: the sanitizer build and the fuzz targets (fuzz/run.sh)
-  libdbus-1-dev               # the service paces floods by its connection's queue (libdbus)
+  libdbus-1-dev               # the service serves its objects on a libdbus connection
   openssh-client openssh-server   # zentor --host: the remote tests run a real sshd on 127.0.0.1
 )
 missing=()

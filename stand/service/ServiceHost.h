@@ -3,6 +3,10 @@
 // SimulatedService and, optionally, a simulated fiber illuminator on a bus
 // connection, under the layout of core/service/dbus/BusLayout.h.
 //
+// The connection is libdbus's own, read and written by this thread from its
+// event loop: a call, its reply and an event are each one message built and
+// sent here, with no other thread to hand them to.
+//
 // Nothing here ever waits: a device call is handed to its stand and answered
 // from the stand's `done` callback (a delayed reply), so that while one client
 // waits for a move, every other client is still answered and the positions
@@ -11,23 +15,26 @@
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
 
-#include <QDBusConnection>
-#include <QDBusVirtualObject>
+#include "stand/service/BusConnection.h"
+
+#include <QByteArray>
+#include <QHash>
 #include <QObject>
-#include <QPointer>
 #include <QStringList>
 #include <functional>
 #include <memory>
 #include <vector>
 
-class MicroscopeObject;
+class BusCall;
+class BusObject;
 
 class ServiceHost : public QObject {
     Q_OBJECT
 public:
     using Log = std::function<void(const QString&)>;
 
-    ServiceHost(const QDBusConnection& bus, SimulatedService* service, Log log, QObject* parent = nullptr);
+    // Serves on `bus`, which must outlive this host.
+    ServiceHost(BusConnection* bus, SimulatedService* service, Log log, QObject* parent = nullptr);
     ~ServiceHost() override;
 
     // Registers the manager and one object per microscope, then takes the
@@ -42,6 +49,9 @@ public:
     bool registerFiberObject(SimulatedFiber* fiber, QString& error);
 
     SimulatedService* service() const { return m_service; }
+    BusConnection* connection() const { return m_bus; }
+    // Sends the signal OnPropertyChanged(text) of the object at `path`.
+    void sendSignal(const QByteArray& path, const QByteArray& interface, const QString& text);
     const Log& log() const { return m_log; }
 
     // The fault-injection interface (org.zentor.StandControl) is for tests
@@ -74,14 +84,19 @@ signals:
     // library says so itself, so nothing has to look now and then.
     void busGone();
 
-private slots:
-    void disconnected();
-
 private:
-    QDBusConnection m_bus;
+    bool add(const QString& path, std::unique_ptr<BusObject> object, QString& error);
+    bool takeName(const QString& busName, QString& error);
+    static DBusHandlerResult route(DBusConnection*, DBusMessage* message, void* host);
+    void answerUnhandled(const BusCall& call, BusObject* object);
+    QString introspect(const QString& path, BusObject* object) const;
+
+    BusConnection* m_bus;
     SimulatedService* m_service;
     Log m_log;
     bool m_faultInjection = false;
     ZentorBus::InterfaceVersion m_version = ZentorBus::servedVersion();
-    std::vector<std::unique_ptr<QDBusVirtualObject>> m_objects;
+    // The served objects by path; every other path is answered as unknown.
+    QHash<QString, BusObject*> m_objects;
+    std::vector<std::unique_ptr<BusObject>> m_owned;
 };

@@ -6,84 +6,84 @@
 #include "stand/SimulatedService.h"
 #include "stand/SimulatedStand.h"
 #include "stand/StandDescription.h"
-#include "stand/service/BusValues.h"
+#include "stand/service/BusMessage.h"
 
-#include <QDBusArgument>
-#include <QDBusMetaType>
-#include <QDBusVariant>
 #include <QHash>
 #include <QStringList>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace {
 
-// A read the stand refused: its code and text, one entry of `failures`.
-struct SnapshotFailure {
-    int32_t code = 0;
-    QString text;
-};
-
-} // namespace
-
-Q_DECLARE_METATYPE(SnapshotFailure)
-
-namespace {
-
-QDBusArgument& operator<<(QDBusArgument& out, const SnapshotFailure& f)
-{
-    out.beginStructure();
-    out << f.code << f.text;
-    out.endStructure();
-    return out;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& in, SnapshotFailure& f)
-{
-    in.beginStructure();
-    in >> f.code >> f.text;
-    in.endStructure();
-    return in;
-}
-
-// The two dictionaries of a reply, filled read by read.
+// The two dictionaries of a reply, gathered read by read and written into the
+// reply at the end (the values come first in the message, the failures after).
 class SnapshotWriter {
 public:
-    SnapshotWriter()
+    void value(const QString& key, const QVariant& value, const QString& type)
     {
-        static const bool registered = [] {
-            qDBusRegisterMetaType<SnapshotFailure>();
-            return true;
-        }();
-        (void)registered;
-        m_values.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<QDBusVariant>());
-        m_failures.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<SnapshotFailure>());
+        m_values.push_back({key, value, type.toLatin1()});
     }
 
-    void value(const QString& key, const QVariant& busTyped)
-    {
-        m_values.beginMapEntry();
-        m_values << key << QDBusVariant(busTyped);
-        m_values.endMapEntry();
-    }
+    void failure(const QString& key, int32_t code, const QString& text) { m_failures.push_back({key, code, text}); }
 
-    void failure(const QString& key, int32_t code, const QString& text)
+    void reply(const BusCall& call, uint64_t sequence) const
     {
-        m_failures.beginMapEntry();
-        m_failures << key << SnapshotFailure{code, text};
-        m_failures.endMapEntry();
-    }
-
-    QDBusMessage reply(const QDBusMessage& request, uint64_t sequence)
-    {
-        m_values.endMap();
-        m_failures.endMap();
-        return request.createReply(
-            {QVariant::fromValue<qulonglong>(sequence), QVariant::fromValue(m_values), QVariant::fromValue(m_failures)});
+        BusMessage r = call.newReply();
+        if (!r)
+            return;
+        DBusMessageIter out;
+        dbus_message_iter_init_append(r.get(), &out);
+        dbus_uint64_t s = sequence;
+        bool ok = dbus_message_iter_append_basic(&out, DBUS_TYPE_UINT64, &s);
+        ok = ok && dictionary(&out, "{sv}", m_values, [](DBusMessageIter* entry, const Value& v) {
+            return appendString(entry, v.key) && appendVariant(entry, v.value, v.type);
+        });
+        ok = ok && dictionary(&out, "{s(is)}", m_failures, [](DBusMessageIter* entry, const Failure& f) {
+            DBusMessageIter s;
+            dbus_int32_t code = f.code;
+            if (!appendString(entry, f.key) || !dbus_message_iter_open_container(entry, DBUS_TYPE_STRUCT, nullptr, &s))
+                return false;
+            const bool written = dbus_message_iter_append_basic(&s, DBUS_TYPE_INT32, &code) && appendString(&s, f.text);
+            return dbus_message_iter_close_container(entry, &s) && written;
+        });
+        if (ok)
+            call.send(r);
+        else
+            call.error(DBUS_ERROR_NO_MEMORY, QStringLiteral("the snapshot could not be written"));
     }
 
 private:
-    QDBusArgument m_values;
-    QDBusArgument m_failures;
+    struct Value {
+        QString key;
+        QVariant value;
+        QByteArray type;
+    };
+    struct Failure {
+        QString key;
+        int32_t code;
+        QString text;
+    };
+
+    template <typename Entry, typename Write>
+    static bool dictionary(DBusMessageIter* out, const char* entryType, const std::vector<Entry>& entries, Write write)
+    {
+        DBusMessageIter array;
+        if (!dbus_message_iter_open_container(out, DBUS_TYPE_ARRAY, entryType, &array))
+            return false;
+        bool ok = true;
+        for (const Entry& e : entries) {
+            DBusMessageIter entry;
+            if (!dbus_message_iter_open_container(&array, DBUS_TYPE_DICT_ENTRY, nullptr, &entry))
+                return false;
+            ok = write(&entry, e) && ok;
+            ok = dbus_message_iter_close_container(&array, &entry) && ok;
+        }
+        return dbus_message_iter_close_container(out, &array) && ok;
+    }
+
+    std::vector<Value> m_values;
+    std::vector<Failure> m_failures;
 };
 
 QVariantList ints(std::initializer_list<int> values)
@@ -189,8 +189,7 @@ const QVector<PreparedRead>& preparedReads(int microscopes)
 
 } // namespace
 
-QDBusMessage microscopeSnapshot(const QDBusMessage& request, SimulatedService& service, SimulatedStand& stand,
-                                uint64_t sequence)
+void replyMicroscopeSnapshot(const BusCall& call, SimulatedService& service, SimulatedStand& stand, uint64_t sequence)
 {
     const int microscopes = static_cast<int>(service.deviceNames().size());
     SnapshotWriter writer;
@@ -201,7 +200,7 @@ QDBusMessage microscopeSnapshot(const QDBusMessage& request, SimulatedService& s
         if (read.member == QLatin1String("IsCameraPresent")) {
             // The service answers it from its list, as the single call.
             const int16_t present = service.cameraPresent(read.args.at(0).toInt());
-            writer.value(key, QVariant::fromValue<short>(present));
+            writer.value(key, present, QStringLiteral("n"));
             continue;
         }
         // Reads answer at once; one that would not is a failure here rather
@@ -217,19 +216,19 @@ QDBusMessage microscopeSnapshot(const QDBusMessage& request, SimulatedService& s
         else if (answer->error != 0)
             writer.failure(key, answer->error, answer->errorText);
         else
-            writer.value(key, busValue(answer->value, method->out));
+            writer.value(key, answer->value, method->out);
     }
-    return writer.reply(request, sequence);
+    writer.reply(call, sequence);
 }
 
-QDBusMessage managerSnapshot(const QDBusMessage& request, const SimulatedService& service, const QString& version)
+void replyManagerSnapshot(const BusCall& call, const SimulatedService& service, const QString& version)
 {
     SnapshotWriter writer;
-    writer.value(QStringLiteral("InterfaceVersion"), QVariant(version));
+    writer.value(QStringLiteral("InterfaceVersion"), version, QStringLiteral("s"));
     const QStringList names = service.deviceNames();
-    writer.value(QStringLiteral("GetDeviceNames"), QVariant::fromValue(names));
+    writer.value(QStringLiteral("GetDeviceNames"), names, QStringLiteral("as"));
     for (int index = 0; index < names.size(); ++index)
         writer.value(ZentorBus::snapshotKey(QStringLiteral("IsDeviceAvailable"), ints({index})),
-                     QVariant::fromValue<short>(static_cast<short>(service.isDeviceAvailable(index))));
-    return writer.reply(request, 0);
+                     int(service.isDeviceAvailable(index)), QStringLiteral("n"));
+    writer.reply(call, 0);
 }

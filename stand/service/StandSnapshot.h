@@ -6,7 +6,8 @@
 // stand refuses is a failure with the refusal's code and text.
 #include "core/service/dbus/BusLayout.h"
 
-#include <QDBusMessage>
+#include "stand/service/BusCall.h"
+
 #include <QString>
 #include <QVariantList>
 #include <QVector>
@@ -26,11 +27,10 @@ struct SnapshotRead {
 // service's list (the camera question is asked of each).
 QVector<SnapshotRead> microscopeSnapshotReads(int microscopes);
 
-// The reply to a microscope's Snapshot. `sequence` is the number of events
-// this microscope has sent so far.
-QDBusMessage microscopeSnapshot(const QDBusMessage& request, SimulatedService& service, SimulatedStand& stand,
-                                uint64_t sequence);
+// Answers a microscope's Snapshot. `sequence` is the number of events this
+// microscope has sent so far.
+void replyMicroscopeSnapshot(const BusCall& call, SimulatedService& service, SimulatedStand& stand, uint64_t sequence);
 
-// The reply to the manager's Snapshot: the interface version it serves, the
-// list of microscopes and whether each can be opened.
-QDBusMessage managerSnapshot(const QDBusMessage& request, const SimulatedService& service, const QString& version);
+// Answers the manager's Snapshot: the interface version it serves, the list
+// of microscopes and whether each can be opened.
+void replyManagerSnapshot(const BusCall& call, const SimulatedService& service, const QString& version);

@@ -13,8 +13,6 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusError>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -114,12 +112,9 @@ bool readConfiguration(const QString& path, Configuration& config, QString& erro
 
 // The bus this process serves: the one that started it on demand, else the
 // session bus.
-QDBusConnection serviceBus()
+DBusBusType serviceBus()
 {
-    const QByteArray starter = qgetenv("DBUS_STARTER_ADDRESS");
-    if (!starter.isEmpty())
-        return QDBusConnection::connectToBus(QString::fromLocal8Bit(starter), QStringLiteral("zentor-starter"));
-    return QDBusConnection::sessionBus();
+    return qEnvironmentVariableIsEmpty("DBUS_STARTER_ADDRESS") ? DBUS_BUS_SESSION : DBUS_BUS_STARTER;
 }
 
 } // namespace
@@ -127,9 +122,8 @@ QDBusConnection serviceBus()
 int main(int argc, char* argv[])
 {
     // Qt's own event dispatcher rather than GLib's: the service needs nothing
-    // of GLib, and Qt's dispatcher does less on each wake-up, in the main
-    // thread and in the bus connection's thread alike (a call's round trip
-    // crosses both twice).
+    // of GLib, and Qt's dispatcher does less on each wake-up of the main
+    // thread, which reads and writes the bus itself.
     qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     ServiceLog::takeQtMessages();
@@ -262,11 +256,11 @@ int main(int argc, char* argv[])
 
     const QString microscopeName = parser.isSet(nameOpt) ? parser.value(nameOpt) : ZentorBus::MicroscopeService;
     const QString fiberName = parser.isSet(fiberNameOpt) ? parser.value(fiberNameOpt) : ZentorBus::FiberService;
-    QDBusConnection bus = serviceBus();
-    if (!bus.isConnected())
-        return fail(QStringLiteral("no D-Bus session bus: %1").arg(bus.lastError().message()));
+    const std::unique_ptr<BusConnection> bus = BusConnection::toBus(serviceBus(), error);
+    if (!bus)
+        return fail(QStringLiteral("no D-Bus session bus: %1").arg(error));
 
-    ServiceHost host(bus, service.get(), ServiceLog::info);
+    ServiceHost host(bus.get(), service.get(), ServiceLog::info);
     if (parser.isSet(faultOpt)) {
         host.enableFaultInjection();
         ServiceLog::info(QStringLiteral("fault injection enabled (%1)").arg(ZentorBus::ControlInterface));
@@ -283,7 +277,7 @@ int main(int argc, char* argv[])
             return fail(error + QStringLiteral(" (is another zentor-service running?)"));
         const QStringList names = service->deviceNames();
         ServiceLog::info(QStringLiteral("serving %1 on %2, motors %3")
-                .arg(microscopeName, bus.baseService(),
+                .arg(microscopeName, bus->uniqueName(),
                      config.speedFactor == 0 ? QStringLiteral("arriving at once")
                                              : QStringLiteral("at %1 x real time").arg(config.speedFactor)));
         for (int i = 0; i < names.size(); ++i)

@@ -6,11 +6,11 @@
 #include "core/base/RunTimeError.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
 #include "stand/SimulatedService.h"
+#include "stand/service/PeerServer.h"
 #include "stand/service/ServiceHost.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDBusServer>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
@@ -31,11 +31,10 @@ TEST(LongCall, AMoveLongerThanTheBussDefaultTimeOutEndsWithoutError) {
         f.write(R"({"name": "Slow Nosepiece", "units": ["Q7s"], "devices": {"Nosepiece": {"speed": 0.035}}})");
     }
     SimulatedService service(StandClock::realTime(1.0), {stand});
-    QDBusServer server(QStringLiteral("unix:dir=") + dir.path());
-    ASSERT_TRUE(server.isConnected()) << server.lastError().message().toStdString();
-    std::unique_ptr<QDBusConnection> serverSide;
-    QObject::connect(&server, &QDBusServer::newConnection,
-                     [&](const QDBusConnection& c) { serverSide = std::make_unique<QDBusConnection>(c); });
+    PeerServer server(QStringLiteral("unix:dir=") + dir.path());
+    ASSERT_TRUE(server.isListening()) << server.error().toStdString();
+    BusConnection* serverSide = nullptr;   // the server's child
+    QObject::connect(&server, &PeerServer::newConnection, [&](BusConnection* c) { serverSide = c; });
     const QString name = QStringLiteral("long-call-test");
     QDBusConnection client = QDBusConnection::connectToPeer(server.address(), name);
     ASSERT_TRUE(client.isConnected()) << client.lastError().message().toStdString();
@@ -43,7 +42,7 @@ TEST(LongCall, AMoveLongerThanTheBussDefaultTimeOutEndsWithoutError) {
     while (!serverSide && !limit.hasExpired())
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     ASSERT_TRUE(serverSide);
-    ServiceHost host(*serverSide, &service, [](const QString&) {});
+    ServiceHost host(serverSide, &service, [](const QString&) {});
     QString error;
     ASSERT_TRUE(host.registerMicroscopeObjects(error)) << error.toStdString();
 

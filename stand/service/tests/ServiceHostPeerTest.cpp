@@ -4,6 +4,7 @@
 #include "core/service/dbus/BusLayout.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
+#include "stand/service/PeerServer.h"
 #include "stand/service/ServiceHost.h"
 
 #include <QCoreApplication>
@@ -12,7 +13,6 @@
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
-#include <QDBusServer>
 #include <QDeadlineTimer>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -27,10 +27,9 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        server = std::make_unique<QDBusServer>(QStringLiteral("unix:dir=") + dir.path());
-        ASSERT_TRUE(server->isConnected()) << server->lastError().message().toStdString();
-        QObject::connect(server.get(), &QDBusServer::newConnection,
-                         [this](const QDBusConnection& c) { serverSide = std::make_unique<QDBusConnection>(c); });
+        server = std::make_unique<PeerServer>(QStringLiteral("unix:dir=") + dir.path());
+        ASSERT_TRUE(server->isListening()) << server->error().toStdString();
+        QObject::connect(server.get(), &PeerServer::newConnection, [this](BusConnection* c) { serverSide = c; });
         client = std::make_unique<QDBusConnection>(
             QDBusConnection::connectToPeer(server->address(), QStringLiteral("service-host-peer-test")));
         ASSERT_TRUE(client->isConnected()) << client->lastError().message().toStdString();
@@ -38,7 +37,7 @@ protected:
         while (!serverSide && !limit.hasExpired())
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         ASSERT_TRUE(serverSide);
-        host = std::make_unique<ServiceHost>(*serverSide, &service, [this](const QString& l) { log << l; });
+        host = std::make_unique<ServiceHost>(serverSide, &service, [this](const QString& l) { log << l; });
     }
 
     void TearDown() override
@@ -65,8 +64,8 @@ protected:
     QTemporaryDir dir;
     SimulatedService service{StandClock::instant(), {}};
     SimulatedFiber fiber{StandClock::instant(), true, 0};
-    std::unique_ptr<QDBusServer> server;
-    std::unique_ptr<QDBusConnection> serverSide;
+    std::unique_ptr<PeerServer> server;
+    BusConnection* serverSide = nullptr;   // the server's child
     std::unique_ptr<QDBusConnection> client;
     std::unique_ptr<ServiceHost> host;
     QStringList log;
@@ -153,4 +152,61 @@ TEST_F(ServiceHostPeerTest, TheFiberSpeedFactorHasTheBoundsOfTheMicroscopes)
     for (double f : {0.0, ServiceHost::kMinSpeedFactor, 20.0, ServiceHost::kMaxSpeedFactor})
         EXPECT_EQ(call(ZentorBus::FiberPath, ZentorBus::FiberControlInterface, QStringLiteral("SetSpeedFactor"), {QVariant(f)})
                       .type(), QDBusMessage::ReplyMessage) << f;
+}
+
+// The connection's end reaches the host from libdbus itself (its Disconnected
+// signal), with nothing looking now and then.
+TEST_F(ServiceHostPeerTest, APeerThatLeavesEndsTheConnectionOfItsHost)
+{
+    QString error;
+    ASSERT_TRUE(host->registerMicroscopeObjects(error)) << error.toStdString();
+    bool gone = false;
+    QObject::connect(host.get(), &ServiceHost::busGone, [&] { gone = true; });
+    ASSERT_EQ(call(ZentorBus::ManagerPath, ZentorBus::ManagerInterface, QStringLiteral("Ping")).type(),
+              QDBusMessage::ReplyMessage);
+    client.reset();
+    QDBusConnection::disconnectFromPeer(QStringLiteral("service-host-peer-test"));
+    const QDeadlineTimer limit(20000);   // a safety net, not a timing
+    while (!gone && !limit.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    EXPECT_TRUE(gone);
+    EXPECT_FALSE(serverSide->isConnected());
+}
+
+// Every path on the way to an object is a node that introspects with its
+// children; other paths, interfaces and members get D-Bus's own errors.
+TEST_F(ServiceHostPeerTest, TheObjectTreeAnswersItsNodesAndRefusesWhatIsNotThere)
+{
+    QString error;
+    ASSERT_TRUE(host->registerMicroscopeObjects(error)) << error.toStdString();
+    ASSERT_TRUE(host->registerFiberObject(&fiber, error)) << error.toStdString();
+    const QString introspectable = QStringLiteral("org.freedesktop.DBus.Introspectable");
+    const auto xmlOf = [&](const QString& path) {
+        const QDBusMessage r = call(path, introspectable, QStringLiteral("Introspect"));
+        EXPECT_EQ(r.type(), QDBusMessage::ReplyMessage) << path.toStdString() << r.errorMessage().toStdString();
+        return r.arguments().value(0).toString();
+    };
+    EXPECT_TRUE(xmlOf(QStringLiteral("/")).contains(QStringLiteral("<node name=\"org\"/>")));
+    const QString zentor = xmlOf(QStringLiteral("/org/zentor"));
+    EXPECT_TRUE(zentor.contains(QStringLiteral("<node name=\"Microscope\"/>")));
+    EXPECT_TRUE(zentor.contains(QStringLiteral("<node name=\"Fiber\"/>")));
+    EXPECT_FALSE(zentor.contains(ZentorBus::ManagerInterface));
+    const QString manager = xmlOf(ZentorBus::ManagerPath);
+    EXPECT_TRUE(manager.contains(QStringLiteral("<interface name=\"%1\">").arg(ZentorBus::ManagerInterface)));
+    EXPECT_TRUE(manager.contains(QStringLiteral("<node name=\"0\"/>")));
+
+    EXPECT_EQ(call(QStringLiteral("/org/zentor/Nothing"), ZentorBus::ManagerInterface, QStringLiteral("Ping")).errorName(),
+              QDBusError::errorString(QDBusError::UnknownObject));
+    EXPECT_EQ(call(ZentorBus::ManagerPath, QStringLiteral("org.zentor.Nothing"), QStringLiteral("Ping")).errorName(),
+              QDBusError::errorString(QDBusError::UnknownInterface));
+    EXPECT_EQ(call(ZentorBus::ManagerPath, QString(), QStringLiteral("Nothing")).errorName(),
+              QDBusError::errorString(QDBusError::UnknownMethod));
+
+    // No properties: none to list, and an interface the object has not is refused.
+    const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
+    const QDBusMessage all = call(ZentorBus::ManagerPath, properties, QStringLiteral("GetAll"), {ZentorBus::ManagerInterface});
+    ASSERT_EQ(all.type(), QDBusMessage::ReplyMessage) << all.errorMessage().toStdString();
+    EXPECT_EQ(all.signature(), QStringLiteral("a{sv}"));
+    EXPECT_EQ(call(ZentorBus::FiberPath, properties, QStringLiteral("GetAll"), {ZentorBus::FiberControlInterface})
+                  .errorName(), QDBusError::errorString(QDBusError::UnknownInterface));
 }
