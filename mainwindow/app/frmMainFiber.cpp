@@ -95,13 +95,7 @@ void frmMain::btnFiberOpen_Click() {
         MsgBox::show(QStringLiteral("Fiber Illumination Connect Error"));
     }
     Fiber_Display();
-    // The flush drops the clicks made while the operator waited on this
-    // button. The quiet look of the first activation was no one's click: it
-    // follows the caption with the window enabled, and over a slow link its
-    // reads take a moment, so a click on the window meanwhile is the
-    // operator's first, held back until the look ends and then done.
-    if (!f.QuietStart)
-        Common_Flush();
+    Common_Flush();
 }
 
 void frmMain::btnFiberClose_Click() {
