@@ -5,9 +5,18 @@
 //   counts the calls; the fiber illuminator's are counted apart),
 // - the status read (the list afresh and the microscope opened again),
 // - opening each device panel, from its button's press to its values drawn.
-// The baseline of the same run is today's way, one read at a time: the same
-// service started with --interface-version 1.0 (as a driver written before the
-// Snapshot member). Each figure prints the ratio snapshot / one at a time.
+// The baseline of the same run is the way before Snapshot, one read at a time:
+// the same panel told not to use it (ZENTOR_READ_ONE_AT_A_TIME=1, or
+// DBusMicroscopeService::setSnapshotsUsed in the child), which reads exactly
+// as from a driver written before the Snapshot member. group-of-three-reads
+// is a group of three reads with no window to draw: what a picture costs on
+// this link against three single calls. The two ways take
+// turns round by round against the same service process, so that a change
+// of the machine's load weighs on both alike. Each figure prints the ratio
+// snapshot / one at a time.
+// Round trips: a call sent while none of the panel's calls awaits its answer
+// begins one (a call sent behind another crosses the link with it); the
+// start-up's are counted by a bus monitor, the panels' by the client.
 // Targets: at most 5 round trips before the caption; the caption within 2 s
 // through 50 ms plus the ssh connection (0.93 s measured with a real sshd on
 // loopback; this run has no ssh, so it is added); a device panel filled within
@@ -15,7 +24,9 @@
 // Runs itself on a private bus.
 #include "mainwindow/app/ServiceChoice.h"
 #include "mainwindow/app/frmMain.h"
+#include "core/service/ReadBatch.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
+#include "stand/service/tests/BusMonitor.h"
 #include "state/FormRegistry.h"
 #include "state/MainState.h"
 #include "state/MsgBox.h"
@@ -73,7 +84,34 @@ bool filled(QWidget* panel)
     return !reading || !reading->Caption().isEmpty();
 }
 
-// Prints "figure <name> <round trips> <ms>" lines for the parent.
+// The figures of one way of reading: per operation, each round's round trips,
+// calls and milliseconds.
+struct Samples {
+    std::vector<double> trips, calls, ms;
+};
+using Way = bool;   // true: with Snapshot
+using ChildSamples = std::map<std::string, std::map<Way, Samples>>;
+
+// Runs `operation` once the given way, measuring it.
+template <typename Operation>
+bool measureOnce(Samples& into, Way snapshot, bool keep, Operation operation)
+{
+    DBusMicroscopeService::setSnapshotsUsed(snapshot);
+    const uint64_t trips = DBusMicroscopeService::roundTrips();
+    const uint64_t calls = DBusMicroscopeService::callsMade();
+    QElapsedTimer t;
+    t.start();
+    const bool done = operation();
+    const double ms = t.nsecsElapsed() / 1e6;
+    if (keep && done) {
+        into.ms.push_back(ms);
+        into.trips.push_back(double(DBusMicroscopeService::roundTrips() - trips));
+        into.calls.push_back(double(DBusMicroscopeService::callsMade() - calls));
+    }
+    return done;
+}
+
+// Prints "figure <way> <name> <round trips> <calls> <ms>" lines for the parent.
 int measurePanels(int argc, char** argv, int rounds)
 {
     QApplication app(argc, argv);
@@ -89,23 +127,30 @@ int measurePanels(int argc, char** argv, int rounds)
         mainState().micService->LampOn();
     waitFor([] { return false; }, 300);
     const auto press = [](usrButton* b) { QTest::mouseClick(b, Qt::LeftButton, {}, b->rect().center()); };
-    const auto figure = [](const char* name, const std::vector<double>& trips, const std::vector<double>& ms) {
-        std::printf("figure %s %.0f %.2f\n", name, median(trips), median(ms));
-        std::fflush(stdout);
-    };
+    ChildSamples samples;
 
-    {
-        std::vector<double> trips, ms;
-        for (int i = 0; i < rounds; ++i) {
-            const uint64_t before = DBusMicroscopeService::callsMade();
-            QElapsedTimer t;
-            t.start();
-            w.btnStatus_Read();   // reads the list and opens the microscope again
-            waitFor([&] { return mainState().MicConnected && w.ui->btnStatusRead->isEnabled(); }, 120000);
-            ms.push_back(t.nsecsElapsed() / 1e6);
-            trips.push_back(double(DBusMicroscopeService::callsMade() - before));
+    for (int i = 0; i < rounds; ++i) {
+        for (const Way snapshot : {true, false}) {
+            measureOnce(samples["status-read"][snapshot], snapshot, true, [&] {
+                w.btnStatus_Read();   // reads the list and opens the microscope again
+                return waitFor([&] { return mainState().MicConnected && w.ui->btnStatusRead->isEnabled(); },
+                               120000);
+            });
         }
-        figure("status-read", trips, ms);
+    }
+
+    // The cost of a small group alone, with no window to draw: three reads
+    // (what the focus panel reads of its drive) from a Snapshot against
+    // three single calls.
+    MicroscopeService& svc = *mainState().micService;
+    for (int i = 0; i < rounds * 20; ++i) {
+        for (const Way snapshot : {true, false}) {
+            measureOnce(samples["group-of-three-reads"][snapshot], snapshot, true, [&] {
+                const ReadBatch reads(&svc);
+                return svc.IsMounted(DeviceIndex::ZDrive) == 1 && svc.UpperLimit(LimitIndex::ZDrive) >
+                                                                     svc.LowerLimit(LimitIndex::ZDrive);
+            });
+        }
     }
 
     MainPanel* ui = w.ui;
@@ -123,29 +168,33 @@ int measurePanels(int argc, char** argv, int rounds)
         if (!p.button)
             continue;
         const QString form = QLatin1String(p.form);
-        std::vector<double> trips, ms;
-        for (int i = 0; i < rounds + 1; ++i) {
-            QWidget* panel = nullptr;
-            const uint64_t before = DBusMicroscopeService::callsMade();
-            QElapsedTimer t;
-            t.start();
-            press(p.button);
-            const bool shown = waitFor([&] {
-                return (panel = FormRegistry::loaded(form)) && panel->isVisible() && filled(panel);
-            }, 60000);
-            if (!shown)
-                break;
-            panel->grab();   // drawn
-            if (i > 0) {   // the first opening builds the panel's widgets
-                ms.push_back(t.nsecsElapsed() / 1e6);
-                trips.push_back(double(DBusMicroscopeService::callsMade() - before));
+        bool open = true;
+        // The first opening builds the panel's widgets: not kept.
+        for (int i = 0; i < rounds + 1 && open; ++i) {
+            for (const Way snapshot : {true, false}) {
+                open = measureOnce(samples[p.form][snapshot], snapshot, i > 0, [&] {
+                    press(p.button);
+                    QWidget* panel = nullptr;
+                    const bool shown = waitFor([&] {
+                        return (panel = FormRegistry::loaded(form)) && panel->isVisible() && filled(panel);
+                    }, 60000);
+                    if (shown)
+                        panel->grab();   // drawn
+                    return shown;
+                });
+                if (!open)
+                    break;
+                press(p.button);   // closes it again
+                waitFor([&] { return FormRegistry::loaded(form) == nullptr; }, 60000);
             }
-            press(p.button);   // closes it again
-            waitFor([&] { return FormRegistry::loaded(form) == nullptr; }, 60000);
         }
-        if (!ms.empty())
-            figure(p.form, trips, ms);
     }
+    for (const auto& [name, ways] : samples)
+        for (const auto& [snapshot, f] : ways)
+            if (!f.ms.empty())
+                std::printf("figure %s %s %.0f %.0f %.2f\n", snapshot ? "snapshot" : "single", name.c_str(),
+                            median(f.trips), median(f.calls), median(f.ms));
+    std::fflush(stdout);
     return 0;
 }
 
@@ -153,20 +202,20 @@ int measurePanels(int argc, char** argv, int rounds)
 
 struct Figure {
     double trips = 0;
+    double calls = 0;
     double ms = 0;
 };
 using Figures = std::map<std::string, Figure>;
+using FiguresByWay = std::map<std::string, Figures>;   // "snapshot" / "single" -> figures
 
 class Service {
 public:
-    bool start(bool snapshot)
+    bool start()
     {
         // One stand, the full system: the panel opens it at once.
         QStringList args{QStringLiteral("--stand"), QStringLiteral(ZENTOR_STAND_DESCRIPTIONS "/full-system.json"),
                          QStringLiteral("--speed"), QStringLiteral("0"), QStringLiteral("--state-file"),
                          m_dir.filePath(QStringLiteral("state.json"))};
-        if (!snapshot)
-            args << QStringLiteral("--interface-version") << QStringLiteral("1.0");
         m_process.setStandardErrorFile(QProcess::nullDevice());
         m_process.start(QStringLiteral(ZENTOR_SERVICE_EXE), args);
         QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
@@ -188,66 +237,19 @@ private:
     QProcess m_process;
 };
 
-// A bus monitor's record of the calls of one run.
-class Monitor {
-public:
-    Monitor()
-    {
-        m_process.setStandardErrorFile(QProcess::nullDevice());
-        m_process.start(QStringLiteral("dbus-monitor"), {QStringLiteral("--session"), QStringLiteral("--profile")});
-        // In place once it has seen a call made after its start.
-        waitFor([&] {
-            QDBusConnection::sessionBus().interface()->isServiceRegistered(QStringLiteral("org.zentor.Probe"));
-            m_text += m_process.readAllStandardOutput();
-            return m_text.contains("NameHasOwner");
-        }, 20000);
-        m_start = m_text.size();
-    }
-    ~Monitor()
-    {
-        m_process.kill();
-        m_process.waitForFinished(5000);
-    }
-    QByteArray read()
-    {
-        m_text += m_process.readAllStandardOutput();
-        return m_text.mid(m_start);
-    }
-    // Calls to the microscope service before the first to the illuminator,
-    // and calls to the illuminator.
-    void count(int& microscope, int& fiber)
-    {
-        microscope = fiber = 0;
-        bool fiberSeen = false;
-        for (const QByteArray& line : read().split('\n')) {
-            const QList<QByteArray> f = line.split('\t');
-            if (f.size() < 8 || f[0] != "mc")
-                continue;
-            if (f[5] == "/org/zentor/Fiber") {
-                fiberSeen = true;
-                ++fiber;
-            } else if (f[5].startsWith("/org/zentor/Microscope") && !fiberSeen) {
-                ++microscope;
-            }
-        }
-    }
-
-private:
-    QProcess m_process;
-    QByteArray m_text;
-    qsizetype m_start = 0;
-};
-
-// The real panel from its start to its connected caption.
-bool openOnce(const QString& busAddress, double& seconds, int& trips, int& fiberTrips)
+// The real panel from its start to its connected caption, reading the given
+// way; its calls to the microscope service before the first to the
+// illuminator (which follows the caption), and the illuminator's.
+bool openOnce(const QString& busAddress, bool snapshot, Figure& opening, Figure& fiber)
 {
-    Monitor monitor;
+    BusMonitor monitor;
     QTemporaryDir home;
     QProcess zentor;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     env.insert(QStringLiteral("ZENTOR_PRINT_CAPTION"), QStringLiteral("1"));
+    env.insert(QStringLiteral("ZENTOR_READ_ONE_AT_A_TIME"), snapshot ? QStringLiteral("0") : QStringLiteral("1"));
     for (const char* v : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "HOME"})
         env.insert(QLatin1String(v), home.path());
     zentor.setProcessEnvironment(env);
@@ -259,11 +261,16 @@ bool openOnce(const QString& busAddress, double& seconds, int& trips, int& fiber
         err += zentor.readAllStandardError();
         return err.contains("caption: Zentor  [ ") || zentor.state() == QProcess::NotRunning;
     }, 300000) && err.contains("caption: Zentor  [ ");
-    seconds = t.nsecsElapsed() / 1e9;
+    opening.ms = t.nsecsElapsed() / 1e6;
     // The quiet look for the illuminator follows the caption.
     waitFor([&] { return monitor.read().contains("/org/zentor/Fiber"); }, 60000);
     waitFor([] { return false; }, 1500);
-    monitor.count(trips, fiberTrips);
+    const BusMonitor::Count microscope = monitor.count("/org/zentor/Microscope", "/org/zentor/Fiber");
+    const BusMonitor::Count illuminator = monitor.count("/org/zentor/Fiber");
+    opening.trips = microscope.roundTrips;
+    opening.calls = microscope.calls;
+    fiber.trips = illuminator.roundTrips;
+    fiber.calls = illuminator.calls;
     zentor.terminate();
     zentor.waitForFinished(60000);
     if (!opened)
@@ -271,21 +278,38 @@ bool openOnce(const QString& busAddress, double& seconds, int& trips, int& fiber
     return opened;
 }
 
-Figures measure(const QString& busAddress, int rounds, int panelRounds)
+Figure medianOf(const std::vector<Figure>& runs)
 {
-    Figures out;
-    std::vector<double> seconds, trips, fiber;
-    for (int i = 0; i < rounds; ++i) {
-        double s = 0;
-        int n = 0, f = 0;
-        if (!openOnce(busAddress, s, n, f))
-            continue;
-        seconds.push_back(s * 1000);
-        trips.push_back(n);
-        fiber.push_back(f);
+    std::vector<double> trips, calls, ms;
+    for (const Figure& f : runs) {
+        trips.push_back(f.trips);
+        calls.push_back(f.calls);
+        ms.push_back(f.ms);
     }
-    out["open-to-caption"] = {median(trips), median(seconds)};
-    out["fiber-after-caption"] = {median(fiber), 0};
+    return {median(trips), median(calls), median(ms)};
+}
+
+// Both ways on one link, taking turns.
+FiguresByWay measure(const QString& busAddress, int rounds, int panelRounds)
+{
+    FiguresByWay out;
+    std::map<std::string, std::vector<Figure>> openings, fibers;
+    for (int i = 0; i < rounds; ++i) {
+        for (const bool snapshot : {true, false}) {
+            Figure opening, fiber;
+            const std::string way = snapshot ? "snapshot" : "single";
+            if (!openOnce(busAddress, snapshot, opening, fiber))
+                continue;
+            openings[way].push_back(opening);
+            fibers[way].push_back(fiber);
+        }
+    }
+    for (const auto& [way, runs] : openings) {
+        out[way]["open-to-caption"] = medianOf(runs);
+        Figure f = medianOf(fibers[way]);
+        f.ms = 0;
+        out[way]["fiber-after-caption"] = f;
+    }
 
     QProcess child;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -299,8 +323,8 @@ Figures measure(const QString& busAddress, int rounds, int panelRounds)
     child.waitForFinished(1800000);
     for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
         const QList<QByteArray> f = line.split(' ');
-        if (f.size() == 4 && f[0] == "figure")
-            out[f[1].toStdString()] = {f[2].toDouble(), f[3].toDouble()};
+        if (f.size() == 6 && f[0] == "figure")
+            out[f[1].toStdString()][f[2].toStdString()] = {f[3].toDouble(), f[4].toDouble(), f[5].toDouble()};
     }
     return out;
 }
@@ -383,39 +407,44 @@ int main(int argc, char** argv)
         QString address;
         int rounds, panelRounds;
     };
-    const Run runs[] = {{"local", local, 7, 15}, {"relay 50 ms", slow, 3, 3}};
-    std::map<std::string, std::map<std::string, Figures>> all;   // link -> way -> figures
-    for (const Run& r : runs) {
-        for (const bool snapshot : {true, false}) {
-            Service service;
-            if (!service.start(snapshot)) {
-                std::fprintf(stderr, "bench_startup: the service did not start\n");
-                return 1;
-            }
-            std::fprintf(stderr, "bench_startup: %s, %s ...\n", r.link, snapshot ? "snapshot" : "one at a time");
-            all[r.link][snapshot ? "snapshot" : "single"] = measure(r.address, r.rounds, r.panelRounds);
+    // --local: the local bus alone (a quicker look at the local figures).
+    const bool localOnly = app.arguments().contains(QStringLiteral("--local"));
+    std::vector<Run> runs{{"local", local, 7, 15}};
+    if (!localOnly)
+        runs.push_back({"relay 50 ms", slow, 3, 3});
+    std::map<std::string, FiguresByWay> all;   // link -> way -> figures
+    {
+        Service service;
+        if (!service.start()) {
+            std::fprintf(stderr, "bench_startup: the service did not start\n");
+            return 1;
+        }
+        for (const Run& r : runs) {
+            std::fprintf(stderr, "bench_startup: %s, with Snapshot and one at a time in turn ...\n", r.link);
+            all[r.link] = measure(r.address, r.rounds, r.panelRounds);
         }
     }
     relay.kill();
     relay.waitForFinished(5000);
 
-    std::printf("Round trips to the microscope service and milliseconds (medians): with Snapshot, one read at a "
-                "time (today's way, the baseline), and their ratio\n");
-    std::printf("%-12s %-22s %9s %9s %9s %9s %7s\n", "link", "operation", "trips", "ms", "1-by-1", "ms", "ratio");
+    std::printf("Round trips and calls to the microscope service, milliseconds (medians): with Snapshot, one read "
+                "at a time (the baseline, in turn in the same run), and the ratio of their times\n");
+    std::printf("%-12s %-20s %6s %6s %9s %6s %6s %9s %7s\n", "link", "operation", "trips", "calls", "ms", "trips",
+                "calls", "1-by-1 ms", "ratio");
     bool tripsMet = true, panelsMet = true, captionMet = true, localMet = true;
     for (const Run& r : runs) {
         Figures& snap = all[r.link]["snapshot"];
         Figures& single = all[r.link]["single"];
         for (const auto& [name, f] : snap) {
             const Figure b = single[name];
-            std::printf("%-12s %-22s %9.0f %9.1f %9.0f %9.1f %7.2f\n", r.link, name.c_str(), f.trips, f.ms, b.trips,
-                        b.ms, b.ms > 0 ? f.ms / b.ms : 0.0);
+            std::printf("%-12s %-20s %6.0f %6.0f %9.2f %6.0f %6.0f %9.2f %7.2f\n", r.link, name.c_str(), f.trips,
+                        f.calls, f.ms, b.trips, b.calls, b.ms, b.ms > 0 ? f.ms / b.ms : 0.0);
             if (name.rfind("frmSub", 0) == 0)
                 panelsMet = panelsMet && f.trips <= 1;
             if (std::string(r.link) == "local" && name != "fiber-after-caption")
                 localMet = localMet && f.ms <= b.ms * 1.1;
         }
-        tripsMet = tripsMet && snap["open-to-caption"].trips <= 5;
+        tripsMet = tripsMet && snap["open-to-caption"].calls <= 5;
         if (std::string(r.link) != "local") {
             const double withSsh = snap["open-to-caption"].ms / 1000 + kSshConnectSeconds;
             captionMet = withSsh <= 2.0;
@@ -423,9 +452,10 @@ int main(int argc, char** argv)
                         kSshConnectSeconds, withSsh, single["open-to-caption"].ms / 1000 + kSshConnectSeconds);
         }
     }
-    std::printf("Targets: <= 5 round trips before the caption: %s; caption within 2 s through 50 ms + ssh: %s; "
+    std::printf("Targets: <= 5 calls before the caption: %s; caption within 2 s through 50 ms + ssh: %s; "
                 "a device panel filled within one round trip: %s; locally no slower (within 10%%): %s\n",
-                tripsMet ? "met" : "MISSED", captionMet ? "met" : "MISSED", panelsMet ? "met" : "MISSED",
+                tripsMet ? "met" : "MISSED", localOnly ? "not measured (--local)" : captionMet ? "met" : "MISSED",
+                panelsMet ? "met" : "MISSED",
                 localMet ? "met" : "MISSED");
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "devicepanels/subpanel/SubPanels.h"
 
 #include "devicepanels/subpanel/SubPanel.h"
+#include "core/service/ReadBatch.h"
 #include "state/FormRegistry.h"
 #include "state/MainState.h"
 #include "core/base/VbConvert.h"
@@ -13,6 +14,7 @@
 #include <QScreen>
 #include <QWindow>
 #include <array>
+#include <optional>
 
 using zentor::twipsToPixels;
 
@@ -118,6 +120,11 @@ QWidget* open(const QString& formName, int16_t index)
     if (usrButton* other = pair[index == 1 ? 0 : 1])
         other->Unlatch();
 
+    // A panel that opens reads the service from its making to its filling
+    // (a panel's constructor may read too) as one group: one round trip.
+    std::optional<ReadBatch> reads;
+    if (QWidget* existing = FormRegistry::loaded(formName); !existing || !existing->isVisible())
+        reads.emplace(mainState().micService);
     QWidget* form = FormRegistry::instance(formName);
     auto* panel = qobject_cast<SubPanel*>(form);
     if (!panel) {
@@ -143,6 +150,7 @@ QWidget* open(const QString& formName, int16_t index)
     // Shown means read, also where the window system refuses to activate it.
     if (!wasOpen)
         panel->fillOnOpening();
+    reads.reset();
     Panels_OnTop(panel);
     // The panel takes the keyboard focus (its first control); it gives it
     // back to the pressed twin when it is unloaded (SubPanel::unload).

@@ -8,6 +8,7 @@
 #include "stand/StandDescription.h"
 #include "stand/service/BusMessage.h"
 
+#include <QHash>
 #include <QStringList>
 #include <memory>
 #include <utility>
@@ -162,13 +163,40 @@ QVector<SnapshotRead> microscopeSnapshotReads(int microscopes)
     return reads;
 }
 
+namespace {
+
+// A read of the snapshot with its key and its member's description, made
+// once for each length of the list (the reads do not change).
+struct PreparedRead {
+    SnapshotRead read;
+    QString key;
+    const ZentorBus::Method* method;
+};
+
+const QVector<PreparedRead>& preparedReads(int microscopes)
+{
+    static QHash<int, QVector<PreparedRead>> prepared;
+    auto it = prepared.find(microscopes);
+    if (it == prepared.end()) {
+        QVector<PreparedRead> reads;
+        for (const SnapshotRead& read : microscopeSnapshotReads(microscopes))
+            reads.append({read, ZentorBus::snapshotKey(read.member, read.args),
+                          ZentorBus::findMethod(ZentorBus::deviceMethods(), read.member)});
+        it = prepared.insert(microscopes, reads);
+    }
+    return *it;
+}
+
+} // namespace
+
 void replyMicroscopeSnapshot(const BusCall& call, SimulatedService& service, SimulatedStand& stand, uint64_t sequence)
 {
     const int microscopes = static_cast<int>(service.deviceNames().size());
     SnapshotWriter writer;
-    for (const SnapshotRead& read : microscopeSnapshotReads(microscopes)) {
-        const QString key = ZentorBus::snapshotKey(read.member, read.args);
-        const ZentorBus::Method* method = ZentorBus::findMethod(ZentorBus::deviceMethods(), read.member);
+    for (const PreparedRead& prepared : preparedReads(microscopes)) {
+        const SnapshotRead& read = prepared.read;
+        const QString& key = prepared.key;
+        const ZentorBus::Method* method = prepared.method;
         if (read.member == QLatin1String("IsCameraPresent")) {
             // The service answers it from its list, as the single call.
             const int16_t present = service.cameraPresent(read.args.at(0).toInt());

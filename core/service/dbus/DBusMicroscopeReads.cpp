@@ -11,6 +11,7 @@
 #include <QEventLoop>
 #include <QHash>
 #include <QPointer>
+#include <utility>
 
 namespace {
 
@@ -51,6 +52,17 @@ bool offersNoSnapshot(const QDBusError& error)
 
 } // namespace
 
+namespace {
+bool& snapshotsInUse()
+{
+    static bool used = qEnvironmentVariable("ZENTOR_READ_ONE_AT_A_TIME") != QLatin1String("1");
+    return used;
+}
+} // namespace
+
+bool DBusMicroscopeService::snapshotsUsed() { return snapshotsInUse(); }
+void DBusMicroscopeService::setSnapshotsUsed(bool used) { snapshotsInUse() = used; }
+
 void DBusMicroscopeService::beginReads()
 {
     ++m_readDepth;
@@ -72,6 +84,12 @@ void DBusMicroscopeService::letPicturesGo()
     m_picture.clear();
     m_pictureAsked = false;
     m_pictureUsable = false;
+    m_forgetWhenTaken.clear();
+    // A Snapshot still on its way belongs to no group now: whoever waits for
+    // it reads singly.
+    m_pictureDone = true;
+    if (m_pictureWait)
+        m_pictureWait->quit();
     m_listPicture.clear();
     m_listAsked = false;
     m_listUsable = false;
@@ -111,10 +129,12 @@ QVariant DBusMicroscopeService::readManager(const char* member, const QVariantLi
 const SnapshotPicture::Entry* DBusMicroscopeService::pictured(const QString& member, const QVariantList& args,
                                                               bool counted)
 {
-    if (m_readDepth == 0 || m_path.isEmpty() || m_noSnapshot || m_takingPicture)
+    if (m_readDepth == 0 || m_path.isEmpty() || m_noSnapshot || m_waitingForPicture || !snapshotsUsed())
         return nullptr;
     if (!m_pictureAsked || m_pictureMarks != operatorWait::count())
-        takePicture();
+        askPicture();
+    if (!m_pictureDone)
+        waitForPicture();
     if (!m_pictureUsable)
         return nullptr;
     const QString key = ZentorBus::snapshotKey(member, args);
@@ -126,7 +146,7 @@ const SnapshotPicture::Entry* DBusMicroscopeService::pictured(const QString& mem
 
 const SnapshotPicture::Entry* DBusMicroscopeService::picturedList(const QString& member, const QVariantList& args)
 {
-    if (m_readDepth == 0)
+    if (m_readDepth == 0 || !snapshotsUsed())
         return nullptr;
     // The list's snapshot tells the version too, so a client that does not
     // know it yet asks for the snapshot first: one round trip, not two. A
@@ -150,34 +170,51 @@ const SnapshotPicture::Entry* DBusMicroscopeService::picturedList(const QString&
 
 // --- taking pictures ------------------------------------------------------------
 
-void DBusMicroscopeService::takePicture()
+bool DBusMicroscopeService::wantsPictureAlong() const
+{
+    return m_readDepth > 0 && !m_pictureAsked && !m_path.isEmpty() && !m_noSnapshot && !m_waitingForPicture &&
+           snapshotsUsed() && m_bus.isConnected();
+}
+
+void DBusMicroscopeService::askPicture()
 {
     m_pictureAsked = true;
     m_pictureMarks = operatorWait::count();
     m_pictureUsable = false;
+    m_pictureDone = false;
     m_picture.clear();
-    if (!m_bus.isConnected())
+    m_forgetWhenTaken.clear();
+    if (!m_bus.isConnected()) {
+        m_pictureDone = true;
         return;
+    }
     // The reply comes to this object through the same queue as the events,
     // so that it is taken exactly between the events sent before it and
     // those sent after it.
     QDBusMessage call = QDBusMessage::createMethodCall(m_peer, m_path, ZentorBus::DeviceInterface,
                                                        ZentorBus::SnapshotMember);
+    callSent();
+    ++m_picturesInFlight;
+    if (!m_bus.callWithCallback(call, this, SLOT(onPictureReply(QDBusMessage)),
+                                SLOT(onPictureError(QDBusError,QDBusMessage)), kCallTimeoutMs)) {
+        --m_picturesInFlight;
+        callAnswered();
+        m_pictureDone = true;
+    }
+}
+
+void DBusMicroscopeService::waitForPicture()
+{
     QEventLoop loop;
     QObject::connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
     m_pictureWait = &loop;
-    m_pictureDone = false;
-    m_takingPicture = true;
+    m_waitingForPicture = true;
     const QPointer<DBusMicroscopeService> alive(this);
-    ++s_callsMade;
-    if (m_bus.callWithCallback(call, this, SLOT(onPictureReply(QDBusMessage)),
-                               SLOT(onPictureError(QDBusError,QDBusMessage)), kCallTimeoutMs)) {
-        if (!m_pictureDone)
-            blockingWait::run(loop);
-    }
+    if (!m_pictureDone)
+        blockingWait::run(loop);
     if (!alive)
         throw RunTimeError(RunTimeError::ServiceGone, QStringLiteral("The microscope's client has gone"));
-    m_takingPicture = false;
+    m_waitingForPicture = false;
     m_pictureWait = nullptr;
 }
 
@@ -186,15 +223,25 @@ void DBusMicroscopeService::pictureTaken()
     // From here on the events that follow are applied to the picture, and
     // whoever reads while they are handed out (the wait has not returned
     // yet) reads the picture.
-    m_takingPicture = false;
+    m_waitingForPicture = false;
     m_pictureDone = true;
     if (m_pictureWait)
         m_pictureWait->quit();
 }
 
+bool DBusMicroscopeService::answersNewestPicture()
+{
+    if (m_picturesInFlight > 0)
+        --m_picturesInFlight;
+    callAnswered();
+    // An answer to a Snapshot asked before the newest one (or for a group
+    // that has ended) is not used: the replies come in the order asked.
+    return m_picturesInFlight == 0 && m_pictureAsked && !m_pictureDone;
+}
+
 void DBusMicroscopeService::onPictureReply(const QDBusMessage& reply)
 {
-    if (!m_takingPicture || m_pictureDone || reply.service() != m_peer)
+    if (!answersNewestPicture() || reply.service() != m_peer)
         return;
     const SnapshotPicture::Taken taken = m_picture.take(reply, ZentorBus::deviceMethods());
     traceTaken(m_peer, taken);
@@ -209,11 +256,16 @@ void DBusMicroscopeService::onPictureReply(const QDBusMessage& reply)
         m_pictureUsable = true;
     }
     pictureTaken();
+    // Commands sent after the Snapshot was asked: what they changed is not
+    // in it.
+    const QVector<SentCommand> sent = std::exchange(m_forgetWhenTaken, {});
+    for (const SentCommand& c : sent)
+        forgetChangedBy(c.member, c.args);
 }
 
 void DBusMicroscopeService::onPictureError(const QDBusError& error, const QDBusMessage&)
 {
-    if (!m_takingPicture || m_pictureDone)
+    if (!answersNewestPicture())
         return;
     if (offersNoSnapshot(error)) {
         m_noSnapshot = true;
@@ -221,6 +273,7 @@ void DBusMicroscopeService::onPictureError(const QDBusError& error, const QDBusM
     }
     // Any other failure: the reads go to the service, and fail there as
     // they would have.
+    m_forgetWhenTaken.clear();
     pictureTaken();
 }
 
@@ -259,6 +312,12 @@ void DBusMicroscopeService::takeListPicture()
 QVariant DBusMicroscopeService::command(const char* member, const QVariantList& args)
 {
     const QString name = QLatin1String(member);
+    // The group's first command with no picture yet sends the Snapshot first
+    // and itself right behind it, without waiting: both cross the link
+    // together, so the reads that follow cost no round trip of their own.
+    // What the command changes is taken out of the picture when it comes.
+    if (wantsPictureAlong())
+        askPicture();
     forgetChangedBy(name, args);
     try {
         const QVariant result = callDevice(member, args);
@@ -272,6 +331,11 @@ QVariant DBusMicroscopeService::command(const char* member, const QVariantList& 
 
 void DBusMicroscopeService::forgetChangedBy(const QString& member, const QVariantList& args)
 {
+    if (m_pictureAsked && !m_pictureDone) {
+        // The picture on its way was taken before this command.
+        m_forgetWhenTaken.append({member, args});
+        return;
+    }
     if (m_picture.isEmpty())
         return;
     // Commands without arguments of their own that change reads.

@@ -55,20 +55,45 @@ DBusMicroscopeService::DBusMicroscopeService(const QDBusConnection& bus, const Q
 DBusMicroscopeService::~DBusMicroscopeService()
 {
     unsubscribe();
+    // Snapshots still on their way are answered to no one now.
+    for (; m_picturesInFlight > 0; --m_picturesInFlight)
+        callAnswered();
 }
 
 uint64_t DBusMicroscopeService::s_callsMade = 0;
+uint64_t DBusMicroscopeService::s_roundTrips = 0;
+int DBusMicroscopeService::s_awaited = 0;
 
 uint64_t DBusMicroscopeService::callsMade() { return s_callsMade; }
+uint64_t DBusMicroscopeService::roundTrips() { return s_roundTrips; }
+
+void DBusMicroscopeService::callSent()
+{
+    ++s_callsMade;
+    if (s_awaited == 0)
+        ++s_roundTrips;
+    ++s_awaited;
+}
+
+void DBusMicroscopeService::callAnswered()
+{
+    if (s_awaited > 0)
+        --s_awaited;
+}
 
 QDBusMessage DBusMicroscopeService::exchange(QDBusMessage message)
 {
-    ++s_callsMade;
-    if (!m_bus.isConnected())
+    if (!m_bus.isConnected()) {
+        ++s_callsMade;
         throw RunTimeError(RunTimeError::ServiceGone,
                            QStringLiteral("No session bus: ") + m_bus.lastError().message());
+    }
     // The caller waits as for any device call (blockingWait): the bus's
     // events, timers and painting go on meanwhile.
+    callSent();
+    struct Answered {
+        ~Answered() { callAnswered(); }
+    } answered;
     QDBusPendingCallWatcher pending(m_bus.asyncCall(message, m_timeoutMs));
     if (!pending.isFinished()) {
         QEventLoop loop;

@@ -26,6 +26,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+#include <QVector>
 
 class QEventLoop;
 
@@ -54,6 +55,10 @@ public:
     // Calls that this process's clients have made to the microscope service
     // so far (benchmarks count the round trips of an operation with it).
     static uint64_t callsMade();
+    // Round trips among them: a call sent while no other call of this
+    // process's clients awaits its answer begins one; calls sent behind it
+    // before that answer came cross the link with it.
+    static uint64_t roundTrips();
 
     void Connect(int16_t index) override;
     void Disconnect() override;
@@ -177,6 +182,11 @@ public:
     // says so once. See SnapshotPicture.h for what is not believed.
     void beginReads() override;
     void endReads() override;
+    // Whether groups of reads use the service's Snapshot at all: yes unless
+    // ZENTOR_READ_ONE_AT_A_TIME=1 is in the environment or a benchmark set
+    // it (to compare both ways in one run); no reads one value at a time.
+    static bool snapshotsUsed();
+    static void setSnapshotsUsed(bool used);
     // Whether reads are now answered from a picture of the microscope (tests).
     bool readsFromPicture() const { return m_pictureUsable; }
 
@@ -199,7 +209,14 @@ private:
     // has none yet (or its one is stale); nullptr: ask the service.
     const SnapshotPicture::Entry* pictured(const QString& member, const QVariantList& args, bool counted = true);
     const SnapshotPicture::Entry* picturedList(const QString& member, const QVariantList& args);
-    void takePicture();
+    // Whether a command of the group should send the Snapshot ahead of it:
+    // a group is open and has asked for no picture yet.
+    bool wantsPictureAlong() const;
+    // Sends the Snapshot call; its answer is taken when it comes.
+    void askPicture();
+    // Waits until the newest Snapshot asked is answered.
+    void waitForPicture();
+    bool answersNewestPicture();
     void pictureTaken();
     void takeListPicture();
     // How a Snapshot reply was taken, into the trace.
@@ -214,6 +231,8 @@ private:
     QVariant callDevice(const char* member, const QVariantList& args = {});
     // Sends, waits with the user's input held back, throws on an error reply.
     QDBusMessage exchange(QDBusMessage message);
+    static void callSent();
+    static void callAnswered();
     // Asks the service's interface version once (unless another client of
     // this process was told it by the same process); throws when it cannot
     // serve us.
@@ -241,7 +260,13 @@ private:
     SnapshotPicture m_picture;           // of the connected microscope
     bool m_pictureAsked = false;         // asked for in this group
     bool m_pictureUsable = false;
-    bool m_takingPicture = false;
+    bool m_waitingForPicture = false;    // a wait for its answer runs
+    int m_picturesInFlight = 0;          // Snapshot calls not answered yet
+    struct SentCommand {
+        QString member;
+        QVariantList args;
+    };
+    QVector<SentCommand> m_forgetWhenTaken;   // commands sent behind the Snapshot
     uint64_t m_pictureMarks = 0;         // operator waits when it was asked for
     SnapshotPicture m_listPicture;       // of the manager's list
     bool m_listAsked = false;
@@ -259,4 +284,6 @@ private:
     QEventLoop* m_pictureWait = nullptr;
     bool m_pictureDone = false;
     static uint64_t s_callsMade;
+    static uint64_t s_roundTrips;
+    static int s_awaited;   // calls of this process's clients awaiting their answer
 };

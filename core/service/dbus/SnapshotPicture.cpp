@@ -3,7 +3,9 @@
 #include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusVariant>
+#include <QHash>
 #include <QSet>
+#include <QStringView>
 #include <limits>
 
 namespace {
@@ -92,14 +94,26 @@ Normalised normalise(const QVariant& raw, const QString& type)
     return n;
 }
 
-// The read a key names, when it is a read of `methods`.
-const ZentorBus::Method* readOf(const QString& key, const QVector<ZentorBus::Method>& methods)
+// The reads of an interface by name, looked up once per entry of a reply.
+using ReadsByName = QHash<QStringView, const ZentorBus::Method*>;
+
+ReadsByName readsByName(const QVector<ZentorBus::Method>& methods)
+{
+    ReadsByName reads;
+    reads.reserve(methods.size());
+    for (const ZentorBus::Method& m : methods)
+        if (!m.out.isEmpty())
+            reads.insert(QStringView(m.name), &m);
+    return reads;
+}
+
+// The read a key names, when it is one of `reads`.
+const ZentorBus::Method* readOf(const QString& key, const ReadsByName& reads)
 {
     const int open = key.indexOf(QLatin1Char('('));
     if (open == 0 || (open > 0 && !key.endsWith(QLatin1Char(')'))))
         return nullptr;
-    const ZentorBus::Method* m = ZentorBus::findMethod(methods, open < 0 ? key : key.left(open));
-    return m && !m->out.isEmpty() ? m : nullptr;
+    return reads.value(open < 0 ? QStringView(key) : QStringView(key).left(open), nullptr);
 }
 
 } // namespace
@@ -115,6 +129,7 @@ SnapshotPicture::Taken SnapshotPicture::take(const QDBusMessage& reply, const QV
     }
     const QVariantList args = reply.arguments();
     m_sequence = args.at(0).toULongLong();
+    const ReadsByName reads = readsByName(methods);
 
     QSet<QString> seen;
     QSet<QString> twice;
@@ -152,7 +167,7 @@ SnapshotPicture::Taken SnapshotPicture::take(const QDBusMessage& reply, const QV
         values.beginMapEntry();
         values >> key >> boxed;
         values.endMapEntry();
-        const ZentorBus::Method* read = readOf(key, methods);
+        const ZentorBus::Method* read = readOf(key, reads);
         if (!read || !once(key))
             continue;
         const Normalised n = normalise(boxed.variant(), read->out);
@@ -180,7 +195,7 @@ SnapshotPicture::Taken SnapshotPicture::take(const QDBusMessage& reply, const QV
         failures >> code >> text;
         failures.endStructure();
         failures.endMapEntry();
-        const ZentorBus::Method* read = readOf(key, methods);
+        const ZentorBus::Method* read = readOf(key, reads);
         if (!read || !once(key))
             continue;
         if (code == 0)

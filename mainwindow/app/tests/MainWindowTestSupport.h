@@ -6,6 +6,7 @@
 #include "state/ServiceSource.h"
 #include "mainwindow/app/SelScopeDlg.h"
 #include "mainwindow/app/frmMain.h"
+#include "mainwindow/mainpanel/MainPanel.h"
 #include "stand/SimulatedMicroscope.h"
 #include "stand/SimulatedService.h"
 
@@ -17,6 +18,8 @@
 #include <QPushButton>
 #include <QTimer>
 #include <functional>
+#include <utility>
+#include <vector>
 #include <memory>
 
 inline QString standFile(const char* file) {
@@ -104,3 +107,13 @@ struct MainRun {
     }
     MainPanel* ui() const { return w->ui; }
 };
+
+// The device panels' forms and the main panel's buttons that open them.
+inline std::vector<std::pair<const char*, usrButton*>> devicePanelButtons(MainPanel* ui) {
+    return {
+        {"frmSubObj", ui->btnObj[0]},     {"frmSubFilter", ui->btnFilter[0]}, {"frmSubCond", ui->btnCond[0]},
+        {"frmSubPath", ui->btnFrmPath[0]}, {"frmSubAp", ui->btnAp[0]},        {"frmSubFS", ui->btnFS[0]},
+        {"frmSubEpiFS", ui->btnEpiFS[0]}, {"frmSubND", ui->btnND[0]},         {"frmSubLamp", ui->btnClamp[0]},
+        {"frmSubZoom", ui->btnZoom[0]},   {"frmSubZ", ui->btnZ[0]},           {"frmSubStage", ui->btnXY[0]},
+    };
+}

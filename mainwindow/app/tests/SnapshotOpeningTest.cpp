@@ -99,13 +99,7 @@ Seen openAndLook(const QStringList& args, bool withPanels)
         seen.window = stateOf(&w);
         seen.picture = w.grab().toImage();
         if (withPanels) {
-            MainPanel* ui = w.ui;
-            const std::pair<const char*, usrButton*> buttons[] = {
-                {"frmSubObj", ui->btnObj[0]},   {"frmSubFilter", ui->btnFilter[0]}, {"frmSubCond", ui->btnCond[0]},
-                {"frmSubPath", ui->btnFrmPath[0]}, {"frmSubAp", ui->btnAp[0]},    {"frmSubFS", ui->btnFS[0]},
-                {"frmSubEpiFS", ui->btnEpiFS[0]}, {"frmSubND", ui->btnND[0]},     {"frmSubLamp", ui->btnClamp[0]},
-                {"frmSubZoom", ui->btnZoom[0]},   {"frmSubZ", ui->btnZ[0]},       {"frmSubStage", ui->btnXY[0]},
-            };
+            const auto buttons = devicePanelButtons(w.ui);
             for (const auto& entry : buttons) {
                 const char* form = entry.first;
                 usrButton* button = entry.second;

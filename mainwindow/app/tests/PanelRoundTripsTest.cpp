@@ -1,0 +1,163 @@
+// Opening a device panel costs one round trip to the microscope service: the
+// real main window on the real service process, each device panel opened
+// from its button, and a bus monitor counting the calls of each opening (the
+// Snapshot goes first, a command the panel sends goes right behind it
+// without waiting, and the client counts one round trip). Read one value at
+// a time, the same openings take more: the count sees the reads.
+#include "BusMonitor.h"
+#include "MainWindowTestSupport.h"
+#include "ServiceProcess.h"
+#include "WaitUntil.h"
+
+#include "core/service/dbus/DBusMicroscopeService.h"
+#include "mainwindow/mainpanel/MainPanel.h"
+#include "state/FormRegistry.h"
+#include "widgets/PanelControls.h"
+#include "widgets/usrButton.h"
+
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <map>
+
+namespace {
+
+// The panel shows the service's values once its reading is filled in.
+bool filled(QWidget* panel)
+{
+    auto* reading = panel->findChild<PanelLabel*>(QStringLiteral("txtSel"));
+    return !reading || !reading->Caption().isEmpty();
+}
+
+struct Opening {
+    BusMonitor::Count seen;       // by the bus monitor
+    uint64_t clientTrips = 0;     // by the panel's own client
+};
+
+// Opens each device panel of the connected microscope from its button and
+// closes it again; the calls of each opening, from the press to the panel
+// filled.
+std::map<QString, Opening> openEachPanel(frmMain& w, BusMonitor& monitor)
+{
+    std::map<QString, Opening> out;
+    const auto buttons = devicePanelButtons(w.ui);
+    for (const auto& [formName, button] : buttons) {
+        const QString form = QLatin1String(formName);
+        if (!button || !button->isVisibleTo(&w))
+            continue;
+        pump(50);
+        monitor.mark();
+        const uint64_t trips = DBusMicroscopeService::roundTrips();
+        QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+        QWidget* panel = nullptr;
+        const bool shown = waitUntil([&] {
+            return (panel = FormRegistry::loaded(form)) && panel->isVisible() && filled(panel);
+        });
+        EXPECT_TRUE(shown) << formName;
+        // Whatever the monitor has yet to print of the opening.
+        pump(100);
+        out[form] = {monitor.count("/org/zentor/Microscope"), DBusMicroscopeService::roundTrips() - trips};
+        QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+        waitUntil([&] { return FormRegistry::loaded(form) == nullptr; });
+    }
+    return out;
+}
+
+class PanelRoundTrips : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_service.start({QStringLiteral("--stand"), standFile("full-system.json"), QStringLiteral("--speed"),
+                                     QStringLiteral("0"), QStringLiteral("--no-fiber"), QStringLiteral("--state-file"),
+                                     testHome() + QStringLiteral("/state/panel-round-trips.json")}))
+            << m_service.error().toStdString();
+        ServiceSource::setMaker([]() -> std::unique_ptr<MicroscopeService> {
+            return std::make_unique<DBusMicroscopeService>();
+        });
+    }
+    void TearDown() override
+    {
+        DBusMicroscopeService::setSnapshotsUsed(true);
+        ServiceSource::setMaker({});
+        m_service.stop();
+    }
+
+    // The full system opened (a list of one opens at once), its panels opened
+    // one by one.
+    std::map<QString, Opening> openPanels(QStringList& boxes)
+    {
+        MsgBox::Recorder recorder;
+        std::map<QString, Opening> out;
+        {
+            frmMain w(QStringList{QStringLiteral("zentor")});
+            w.show();
+            EXPECT_TRUE(waitUntil([&] { return !w.FirstActivate && mainState().MicConnected; }, 60000))
+                << recorder.texts().join('|').toStdString();
+            // The lamp panel shows its reading with the lamp on.
+            if (mainState().micService->LampIsOn() == 0)
+                mainState().micService->LampOn();
+            BusMonitor monitor;
+            EXPECT_TRUE(monitor.running());
+            out = openEachPanel(w, monitor);
+            w.close();
+        }
+        boxes = recorder.texts();
+        return out;
+    }
+
+    ServiceProcess m_service;
+};
+
+} // namespace
+
+TEST_F(PanelRoundTrips, EveryDevicePanelOpensInOneRoundTrip)
+{
+    QStringList boxes;
+    const std::map<QString, Opening> openings = openPanels(boxes);
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
+    EXPECT_EQ(openings.size(), 12u);
+    for (const auto& [form, opening] : openings) {
+        const QStringList& calls = opening.seen.members;
+        const std::string seen = form.toStdString() + ": " + calls.join(QStringLiteral(", ")).toStdString();
+        // The Snapshot goes first; any call after it is a command the panel
+        // sends while it fills (sent behind the Snapshot, not after its
+        // answer: the client counts one round trip).
+        ASSERT_FALSE(calls.isEmpty()) << seen;
+        EXPECT_TRUE(calls.first().endsWith(QStringLiteral(" Snapshot"))) << seen;
+        for (const QString& call : calls.mid(1))
+            EXPECT_TRUE(call.section(QLatin1Char(' '), 1).startsWith(QStringLiteral("set"))) << seen;
+        EXPECT_EQ(opening.clientTrips, 1u) << seen;
+        std::printf("%s with Snapshot: %d calls, %d round trips seen at the bus (%llu counted by the client)\n",
+                    qPrintable(form), opening.seen.calls, opening.seen.roundTrips,
+                    static_cast<unsigned long long>(opening.clientTrips));
+    }
+    // The objective panel writes the link before it reads the position: the
+    // command goes right behind the Snapshot.
+    const auto objective = openings.find(QStringLiteral("frmSubObj"));
+    ASSERT_NE(objective, openings.end());
+    EXPECT_EQ(objective->second.seen.members.size(), 2) << objective->second.seen.members.join(", ").toStdString();
+}
+
+TEST_F(PanelRoundTrips, ReadOneValueAtATimeTheSameOpeningsTakeMoreRoundTrips)
+{
+    DBusMicroscopeService::setSnapshotsUsed(false);
+    QStringList boxes;
+    const std::map<QString, Opening> openings = openPanels(boxes);
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
+    EXPECT_EQ(openings.size(), 12u);
+    int trips = 0;
+    for (const auto& [form, opening] : openings) {
+        std::printf("%s one at a time: %d round trips, %d calls\n", qPrintable(form), opening.seen.roundTrips,
+                    opening.seen.calls);
+        EXPECT_EQ(opening.seen.calls, opening.seen.roundTrips) << form.toStdString();
+        EXPECT_EQ(opening.clientTrips, uint64_t(opening.seen.roundTrips)) << form.toStdString();
+        EXPECT_FALSE(opening.seen.members.join(' ').contains(QStringLiteral(" Snapshot"))) << form.toStdString();
+        trips += opening.seen.roundTrips;
+    }
+    EXPECT_GT(trips, 2 * int(openings.size()));
+    const auto objective = openings.find(QStringLiteral("frmSubObj"));
+    ASSERT_NE(objective, openings.end());
+    EXPECT_GE(objective->second.seen.roundTrips, 2);
+}
+
