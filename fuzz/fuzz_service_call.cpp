@@ -24,6 +24,7 @@
 // ZENTOR_FUZZ_TRACE=1 prints every call and its answer (to read a finding).
 #include "core/service/dbus/BusLayout.h"
 #include "FuzzFile.h"
+#include "FuzzMessages.h"
 #include "stand/SimulatedFiber.h"
 #include "stand/SimulatedService.h"
 #include "stand/service/PeerServer.h"
@@ -445,23 +446,13 @@ private:
     Names m_names;
 };
 
-void quiet(QtMsgType type, const QMessageLogContext&, const QString& message)
-{
-    // The client library's warnings about what it refuses to send are expected.
-    if (type == QtFatalMsg || type == QtCriticalMsg) {
-        std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
-        if (type == QtFatalMsg)
-            std::abort();
-    }
-}
-
 Harness& harness()
 {
     static int argc = 1;
     static char name[] = "fuzz_service_call";
     static char* argv[] = {name, nullptr};
     static QCoreApplication app(argc, argv);
-    static const bool quietened = (qInstallMessageHandler(quiet), true);
+    static const bool quietened = (qInstallMessageHandler(fuzzOnlyGraveMessages), true);
     static Harness h;
     (void)quietened;
     return h;

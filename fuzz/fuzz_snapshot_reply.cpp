@@ -17,7 +17,9 @@
 //     byte (0xFF: 70000 characters) and the bytes.
 #include "core/service/dbus/BusLayout.h"
 #include "core/service/dbus/DBusMicroscopeService.h"
+#include "stand/service/tests/SnapshotFailure.h"
 #include "FuzzFile.h"
+#include "FuzzMessages.h"
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -39,33 +41,6 @@
 #include <vector>
 
 namespace {
-
-struct Failure {
-    int32_t code = 0;
-    QString text;
-};
-
-} // namespace
-
-Q_DECLARE_METATYPE(Failure)
-
-namespace {
-
-QDBusArgument& operator<<(QDBusArgument& out, const Failure& f)
-{
-    out.beginStructure();
-    out << f.code << f.text;
-    out.endStructure();
-    return out;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& in, Failure& f)
-{
-    in.beginStructure();
-    in >> f.code >> f.text;
-    in.endStructure();
-    return in;
-}
 
 constexpr int kBoundMs = 10000;
 
@@ -242,12 +217,12 @@ private:
         }
         values.endMap();
         QDBusArgument failures;
-        failures.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<Failure>());
+        failures.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<SnapshotFailure>());
         const int failed = in.byte();
         for (int i = 0; i < failed; ++i) {
             failures.beginMapEntry();
             const QString k = key(in);
-            failures << k << Failure{in.number<int32_t>(), in.text()};
+            failures << k << SnapshotFailure{in.number<int32_t>(), in.text()};
             failures.endMapEntry();
         }
         failures.endMap();
@@ -270,7 +245,7 @@ class Harness {
 public:
     Harness() : m_server(QStringLiteral("unix:dir=") + fuzzScratchFolder())
     {
-        qDBusRegisterMetaType<Failure>();
+        qDBusRegisterMetaType<SnapshotFailure>();
         if (!m_server.isConnected())
             fail(QStringLiteral("no D-Bus server: ") + m_server.lastError().message());
         QObject::connect(&m_server, &QDBusServer::newConnection,
@@ -334,15 +309,6 @@ private:
     std::unique_ptr<DBusMicroscopeService> m_service;
 };
 
-void quiet(QtMsgType type, const QMessageLogContext&, const QString& message)
-{
-    if (type == QtFatalMsg || type == QtCriticalMsg) {
-        std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
-        if (type == QtFatalMsg)
-            std::abort();
-    }
-}
-
 Harness& harness()
 {
     static int argc = 1;
@@ -351,7 +317,7 @@ Harness& harness()
     // The client's debug trace goes to the scratch folder, never a user's.
     static const bool home = (qputenv("XDG_DATA_HOME", fuzzScratchFolder().toLocal8Bit()), true);
     static QCoreApplication app(argc, argv);
-    static const bool quietened = (qInstallMessageHandler(quiet), true);
+    static const bool quietened = (qInstallMessageHandler(fuzzOnlyGraveMessages), true);
     static Harness h;
     (void)home;
     (void)quietened;

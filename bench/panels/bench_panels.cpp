@@ -6,6 +6,7 @@
 // Targets: every panel open and filled within 50 ms at p99; with every panel
 // open the dispatch keeps at least half its main-panel-only rate.
 // Runs itself on a private bus that activates the built service.
+#include "../PanelOpening.h"
 #include "../PrivateBus.h"
 #include "mainwindow/app/ServiceChoice.h"
 #include "mainwindow/app/frmMain.h"
@@ -32,25 +33,6 @@ double percentile(std::vector<double> v, double p)
     std::sort(v.begin(), v.end());
     const size_t i = std::min(v.size() - 1, static_cast<size_t>(p * static_cast<double>(v.size())));
     return v[i];
-}
-
-bool waitFor(const std::function<bool()>& done, int ms)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
-    }
-    return true;
-}
-
-// The panel shows the service's values once its reading is filled in.
-bool filled(QWidget* panel)
-{
-    auto* reading = panel->findChild<PanelLabel*>(QStringLiteral("txtSel"));
-    return !reading || !reading->Caption().isEmpty();
 }
 
 } // namespace

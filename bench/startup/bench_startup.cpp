@@ -22,6 +22,7 @@
 // loopback; this run has no ssh, so it is added); a device panel filled within
 // one round trip; locally no slower than one read at a time.
 // Runs itself on a private bus.
+#include "../PanelOpening.h"
 #include "mainwindow/app/ServiceChoice.h"
 #include "mainwindow/app/frmMain.h"
 #include "core/service/ReadBatch.h"
@@ -64,25 +65,7 @@ double median(std::vector<double> v)
     return v[v.size() / 2];
 }
 
-bool waitFor(const std::function<bool()>& done, int ms)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
 // --- the child: status read and device panels in this process -----------------------
-
-bool filled(QWidget* panel)
-{
-    auto* reading = panel->findChild<PanelLabel*>(QStringLiteral("txtSel"));
-    return !reading || !reading->Caption().isEmpty();
-}
 
 // The figures of one way of reading: per operation, each round's round trips,
 // calls and milliseconds.

@@ -4,6 +4,7 @@
 // service gets wrong (entries missing, of the wrong type, given twice, too
 // many, a picture older than an event already applied, no Snapshot at all)
 // is read singly and named in the trace.
+#include "SnapshotFailure.h"
 #include "WaitUntil.h"
 #include "core/base/OperatorWait.h"
 #include "core/base/mdlCommon.h"
@@ -31,40 +32,13 @@
 
 namespace {
 
-struct Failure {
-    int32_t code = 0;
-    QString text;
-};
-
-} // namespace
-
-Q_DECLARE_METATYPE(Failure)
-
-namespace {
-
-QDBusArgument& operator<<(QDBusArgument& out, const Failure& f)
-{
-    out.beginStructure();
-    out << f.code << f.text;
-    out.endStructure();
-    return out;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& in, Failure& f)
-{
-    in.beginStructure();
-    in >> f.code >> f.text;
-    in.endStructure();
-    return in;
-}
-
 const QString kName = QStringLiteral("org.zentor.SnapshotFake");
 
 // A Snapshot reply as the test writes it, right or wrong.
 struct Picture {
     quint64 sequence = 0;
     QVector<QPair<QString, QVariant>> values;   // in order; a key may repeat
-    QVector<QPair<QString, Failure>> failures;
+    QVector<QPair<QString, SnapshotFailure>> failures;
 
     QDBusMessage replyTo(const QDBusMessage& call) const
     {
@@ -77,7 +51,7 @@ struct Picture {
         }
         v.endMap();
         QDBusArgument f;
-        f.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<Failure>());
+        f.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<SnapshotFailure>());
         for (const auto& e : failures) {
             f.beginMapEntry();
             f << e.first << e.second;
@@ -197,7 +171,7 @@ protected:
             QDBusConnection::connectToBus(QDBusConnection::SessionBus, m_connectionName));
         ASSERT_TRUE(m_serviceBus->isConnected());
         static const bool registered = [] {
-            qDBusRegisterMetaType<Failure>();
+            qDBusRegisterMetaType<SnapshotFailure>();
             return true;
         }();
         (void)registered;
@@ -273,7 +247,7 @@ Picture fullPicture(quint64 sequence = 0)
                 {"ObjectiveNames", QVariant(QStringList{"P", "Q"})},
                 {"FilterNumbers", QVariant::fromValue(QList<int>{1, 2, 3})},
                 {"DeviceStatus(1)", i32(1)}};
-    p.failures = {{"LampIsOn", Failure{RunTimeError::ServiceFailure, QStringLiteral("the lamp's unit does not answer")}}};
+    p.failures = {{"LampIsOn", SnapshotFailure{RunTimeError::ServiceFailure, QStringLiteral("the lamp's unit does not answer")}}};
     return p;
 }
 
@@ -393,7 +367,7 @@ TEST_F(SnapshotClientTest, BadEntriesAreReadSinglyAndNamedInOneLineOfTheTrace)
         {"NoSuchRead(1)", n(1)},                                         // unknown: ignored
         {"IsMounted(4)", n(0)},                                          // an n, not an i
     };
-    p.failures = {{"DeviceStatus(1)", Failure{0, QStringLiteral("no code")}}};
+    p.failures = {{"DeviceStatus(1)", SnapshotFailure{0, QStringLiteral("no code")}}};
     answer(p);
     {
         const ReadBatch reads(client.get());
