@@ -19,3 +19,13 @@ function(zentor_register_test name gui)
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
   endif()
 endfunction()
+
+# An X server of a test's own (cmake/run-under-xvfb.sh -s "SERVER ARGS" COMMAND):
+# the server picks a free display itself, so tests that start together never
+# share one.
+find_program(ZENTOR_XVFB Xvfb)
+find_program(ZENTOR_XAUTH xauth)
+find_program(ZENTOR_MCOOKIE mcookie)
+if(ZENTOR_XVFB AND ZENTOR_XAUTH AND ZENTOR_MCOOKIE)
+  set(ZENTOR_XVFB_RUN ${CMAKE_SOURCE_DIR}/cmake/run-under-xvfb.sh)
+endif()

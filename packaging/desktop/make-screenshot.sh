@@ -37,7 +37,7 @@ export HOME="$home" XDG_DATA_HOME="$home/data" XDG_CONFIG_HOME="$home/config" XD
 
 # An X server of its own; it says which display it took.
 exec 3>"$tmp/display"
-Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp >"$tmp/xvfb.log" 2>&1 &
+Xvfb -displayfd 3 -noreset -screen 0 1280x1024x24 -nolisten tcp >"$tmp/xvfb.log" 2>&1 &
 xvfb=$!
 exec 3>&-
 for _ in $(seq 1 100); do [ -s "$tmp/display" ] && break; sleep 0.1; done

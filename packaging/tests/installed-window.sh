@@ -5,7 +5,7 @@
 # run the installed panel under Xvfb against the installed service, which the
 # bus starts on demand, wait for the connected caption, close the window with
 # SIGTERM (an orderly close) and check what the first run and the unload wrote.
-# Runs under xvfb-run (see CMakeLists.txt).
+# Runs under an X server of its own (cmake/run-under-xvfb.sh).
 . "$(dirname "$0")/lib.sh"
 build=$1
 prefix="$scratch/installed prefix"

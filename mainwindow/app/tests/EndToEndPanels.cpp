@@ -7,7 +7,7 @@
 // the open panel follow. Afterwards every panel open at once, one picture,
 // and after the window closed, each panel's place in the INI file.
 //
-// Run by CTest inside dbus-run-session and xvfb-run; pictures go to
+// Run by CTest inside dbus-run-session and an X server of its own; pictures go to
 // $ZENTOR_TEST_HOME/panels/.
 #include "mainwindow/app/ServiceChoice.h"
 #include "mainwindow/app/frmMain.h"

@@ -1,7 +1,7 @@
 #!/bin/sh
 # driver-example-window.sh PYTHON ZENTOR CONFORMANCE EXAMPLES INTERFACES ATSPI_HELPERS
 # The example stand driver of docs/examples, on its emulated controller,
-# driven by the real panel in a real window (under xvfb-run, on this test's
+# driven by the real panel in a real window (under an X server of its own, on this test's
 # private bus, with an accessibility bus of its own) and judged by
 # zentor-conformance: both pass for the devices the stand has.
 python=$1 zentor=$2 conformance=$3 examples=$4 interfaces=$5 helpers=$6

@@ -2,7 +2,7 @@
 # end-to-end-window.sh ZENTOR_EXE
 # The real panel against the real service process: run inside a private
 # session bus that activates the built service, and under an X server
-# (xvfb-run). Waits for the connected caption, keeps a screenshot in the
+# (cmake/run-under-xvfb.sh). Waits for the connected caption, keeps a screenshot in the
 # test's home, closes the window with SIGTERM (an orderly close), and checks
 # what the unload wrote.
 exe=$1

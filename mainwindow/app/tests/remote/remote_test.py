@@ -6,7 +6,7 @@ systemd-stdio-bridge (standhost.py makes that computer on this one).
 Usage: remote_test.py ZENTOR_EXE SERVICE_EXE BUILD_DIR [DELAY_RELAY] [unittest arguments]
 
   StartFailures, BadInput  need no display (offscreen)
-  EndToEnd, LinkLoss       need an X server (xvfb-run) and a session bus of
+  EndToEnd, LinkLoss       need an X server (run-under-xvfb.sh) and a session bus of
                            this computer (dbus-run-session) for the
                            accessibility bus the tests read the panel through
   Scripting, FaultInterface  no display
@@ -382,6 +382,14 @@ class WindowTestCase(StandTestCase):
         x, y, w, h = acc.queryComponent().getExtents(self.pyatspi.DESKTOP_COORDS)
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
 
+    def application(self, panel):
+        """Zentor on the accessibility bus; a panel that ended first fails the
+        test at once, with what it wrote."""
+        found = self.at.wait_for("Zentor on the accessibility bus",
+                                 lambda: panel.poll() is not None or self.at.application())
+        panel._ended()
+        return found
+
     def window(self, caption_prefix):
         app = self.at.wait_for("Zentor on the accessibility bus", self.at.application)
         return app, self.at.wait_for("window " + caption_prefix, lambda: self.at.find(
@@ -458,7 +466,7 @@ class EndToEnd(WindowTestCase):
         p = self.panel(["--host", "stand"], "end-to-end")
         pa = self.pyatspi
         # The chooser lists the far computer's microscopes, each under its name.
-        app = self.at.wait_for("Zentor on the accessibility bus", self.at.application)
+        app = self.application(p)
         chooser = self.at.wait_for("microscope chooser", lambda: next(
             (w for w in (app.getChildAtIndex(i) for i in range(app.childCount))
              if w is not None and w.getRole() in (pa.ROLE_DIALOG, pa.ROLE_FRAME, pa.ROLE_WINDOW)
