@@ -268,7 +268,7 @@ public:
     {
         m_fake.input = &in;
         QDeadlineTimer bound(kBoundMs);
-        m_service->beginReads();
+        m_service->beginReads({});
         const auto read = [&](const std::function<void()>& r) {
             try {
                 r();

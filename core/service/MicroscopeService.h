@@ -225,7 +225,10 @@ public:
     // kept current by the events that follow, as long as every read answers
     // what the single call would: the same value, or the same failure.
     // Commands still go one by one. See ReadBatch.h.
-    virtual void beginReads() {}
+    // `group` names a group that comes back (a device panel's Get_Status, by
+    // its panel): it reads much the same each time, so an implementation may
+    // ask for just what it read the time before. Empty: a group of its own.
+    virtual void beginReads(const QString& group) { (void)group; }
     virtual void endReads() {}
 
     // --- raw commands -------------------------------------------------------------

@@ -147,7 +147,8 @@ usrButton* SubPanel::makeCloseButton()
 
 void SubPanel::readStatus()
 {
-    const ReadBatch reads(mainState().micService);
+    // Named by the panel: each opening reads much the same.
+    const ReadBatch reads(mainState().micService, m_formName);
     Get_Status();
 }
 

@@ -122,9 +122,10 @@ QWidget* open(const QString& formName, int16_t index)
 
     // A panel that opens reads the service from its making to its filling
     // (a panel's constructor may read too) as one group: one round trip.
+    // Named by the panel: each opening reads much the same.
     std::optional<ReadBatch> reads;
     if (QWidget* existing = FormRegistry::loaded(formName); !existing || !existing->isVisible())
-        reads.emplace(mainState().micService);
+        reads.emplace(mainState().micService, formName);
     QWidget* form = FormRegistry::instance(formName);
     auto* panel = qobject_cast<SubPanel*>(form);
     if (!panel) {

@@ -186,3 +186,21 @@ QVariantList standArguments(DBusMessage* call)
         out << readValue(&in);
     return out;
 }
+
+bool firstTexts(DBusMessage* call, int max, QStringList& out)
+{
+    out.clear();
+    DBusMessageIter in;
+    if (!dbus_message_iter_init(call, &in) || dbus_message_iter_get_arg_type(&in) != DBUS_TYPE_ARRAY)
+        return true;
+    DBusMessageIter items;
+    dbus_message_iter_recurse(&in, &items);
+    for (; dbus_message_iter_get_arg_type(&items) == DBUS_TYPE_STRING; dbus_message_iter_next(&items)) {
+        if (out.size() == max)
+            return false;
+        const char* text = nullptr;
+        dbus_message_iter_get_basic(&items, &text);
+        out << fromBus(text);
+    }
+    return true;
+}

@@ -4,6 +4,7 @@
 // written straight into a message or read straight out of one.
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 #include <QVariantList>
 
@@ -40,6 +41,9 @@ bool appendString(DBusMessageIter* out, const QString& text);
 // as double, texts as QString, truth values as bool, a structure as the list
 // of its integers (the observation positions).
 QVariantList standArguments(DBusMessage* call);
+// The first argument of a call, an array of texts ("as"), into `out`: false,
+// having read no more, when it holds more than `max` of them.
+bool firstTexts(DBusMessage* call, int max, QStringList& out);
 
 // A text of the library (UTF-8, or none).
 inline QString fromBus(const char* text)

@@ -45,6 +45,15 @@ bool MicroscopeObject::handle(const BusCall& call)
         replyMicroscopeSnapshot(call, *m_host->service(), *stand, m_sent);
         return true;
     }
+    if (m.name == ZentorBus::SnapshotOfMember) {
+        QStringList keys;
+        if (firstTexts(call.message(), ZentorBus::kSnapshotOfMaxReads, keys))
+            replyMicroscopeSnapshotOf(call, keys, *m_host->service(), *stand, m_sent);
+        else
+            call.failure(RunTimeError::ServiceInvalidArgument, QStringLiteral("SnapshotOf takes at most %1 reads")
+                                                                   .arg(ZentorBus::kSnapshotOfMaxReads));
+        return true;
+    }
     const QVariantList args = call.arguments();
     // The camera question names a microscope by index, which need not be
     // this one: the service answers it from its list.

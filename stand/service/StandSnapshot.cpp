@@ -9,6 +9,7 @@
 #include "stand/service/BusMessage.h"
 
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 #include <memory>
 #include <utility>
@@ -187,36 +188,70 @@ const QVector<PreparedRead>& preparedReads(int microscopes)
     return *it;
 }
 
+// The prepared reads by key, for SnapshotOf.
+const QHash<QString, const PreparedRead*>& preparedByKey(int microscopes)
+{
+    static QHash<int, QHash<QString, const PreparedRead*>> byCount;
+    auto it = byCount.find(microscopes);
+    if (it == byCount.end()) {
+        QHash<QString, const PreparedRead*> byKey;
+        for (const PreparedRead& p : preparedReads(microscopes))
+            byKey.insert(p.key, &p);
+        it = byCount.insert(microscopes, byKey);
+    }
+    return *it;
+}
+
+// One read of a snapshot, answered as its single call would be now.
+void answer(SnapshotWriter& writer, const PreparedRead& prepared, SimulatedService& service, SimulatedStand& stand)
+{
+    const SnapshotRead& read = prepared.read;
+    const QString& key = prepared.key;
+    if (read.member == QLatin1String("IsCameraPresent")) {
+        // The service answers it from its list, as the single call.
+        const int16_t present = service.cameraPresent(read.args.at(0).toInt());
+        writer.value(key, present, QStringLiteral("n"));
+        return;
+    }
+    // Reads answer at once; one that would not is a failure here rather
+    // than a reply that waits.
+    auto result = std::make_shared<StandResult>();
+    auto answered = std::make_shared<bool>(false);
+    stand.invoke(read.member, read.args, [result, answered](const StandResult& r) {
+        *result = r;
+        *answered = true;
+    });
+    if (!*answered)
+        writer.failure(key, RunTimeError::ServiceFailure, QStringLiteral("%1 did not answer at once").arg(key));
+    else if (result->error != 0)
+        writer.failure(key, result->error, result->errorText);
+    else
+        writer.value(key, result->value, prepared.method->out);
+}
+
 } // namespace
 
 void replyMicroscopeSnapshot(const BusCall& call, SimulatedService& service, SimulatedStand& stand, uint64_t sequence)
 {
     const int microscopes = static_cast<int>(service.deviceNames().size());
     SnapshotWriter writer;
-    for (const PreparedRead& prepared : preparedReads(microscopes)) {
-        const SnapshotRead& read = prepared.read;
-        const QString& key = prepared.key;
-        const ZentorBus::Method* method = prepared.method;
-        if (read.member == QLatin1String("IsCameraPresent")) {
-            // The service answers it from its list, as the single call.
-            const int16_t present = service.cameraPresent(read.args.at(0).toInt());
-            writer.value(key, present, QStringLiteral("n"));
-            continue;
-        }
-        // Reads answer at once; one that would not is a failure here rather
-        // than a reply that waits.
-        auto answer = std::make_shared<StandResult>();
-        auto answered = std::make_shared<bool>(false);
-        stand.invoke(read.member, read.args, [answer, answered](const StandResult& r) {
-            *answer = r;
-            *answered = true;
-        });
-        if (!*answered)
-            writer.failure(key, RunTimeError::ServiceFailure, QStringLiteral("%1 did not answer at once").arg(key));
-        else if (answer->error != 0)
-            writer.failure(key, answer->error, answer->errorText);
-        else
-            writer.value(key, answer->value, method->out);
+    for (const PreparedRead& prepared : preparedReads(microscopes))
+        answer(writer, prepared, service, stand);
+    writer.reply(call, sequence);
+}
+
+void replyMicroscopeSnapshotOf(const BusCall& call, const QStringList& keys, SimulatedService& service,
+                               SimulatedStand& stand, uint64_t sequence)
+{
+    const auto& byKey = preparedByKey(static_cast<int>(service.deviceNames().size()));
+    SnapshotWriter writer;
+    QSet<QString> given;
+    for (const QString& key : keys) {
+        const auto it = byKey.constFind(key);
+        if (it == byKey.constEnd() || given.contains(key))
+            continue;   // not a read of the snapshot, or named twice
+        given.insert(key);
+        answer(writer, **it, service, stand);
     }
     writer.reply(call, sequence);
 }

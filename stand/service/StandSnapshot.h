@@ -9,6 +9,7 @@
 #include "stand/service/BusCall.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVariantList>
 #include <QVector>
 #include <cstdint>
@@ -30,6 +31,11 @@ QVector<SnapshotRead> microscopeSnapshotReads(int microscopes);
 // Answers a microscope's Snapshot. `sequence` is the number of events this
 // microscope has sent so far.
 void replyMicroscopeSnapshot(const BusCall& call, SimulatedService& service, SimulatedStand& stand, uint64_t sequence);
+
+// Answers a microscope's SnapshotOf: the reads of its Snapshot that `keys`
+// name, each once; a key that names none is left out.
+void replyMicroscopeSnapshotOf(const BusCall& call, const QStringList& keys, SimulatedService& service,
+                               SimulatedStand& stand, uint64_t sequence);
 
 // Answers the manager's Snapshot: the interface version it serves, the list
 // of microscopes and whether each can be opened.

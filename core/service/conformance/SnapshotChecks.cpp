@@ -107,40 +107,98 @@ QString disagreement(const QDBusConnection& bus, const QString& busName, const Q
     return {};
 }
 
-// One Snapshot (of the manager or of a microscope) against the single reads.
-void checkOne(const QDBusConnection& bus, const QString& busName, const QString& path, const QString& interfaceName,
-              const QVector<ZentorBus::Method>& methods, CheckReport& report)
+QString summary(const QStringList& keys, uint64_t sequence, const QStringList& problems)
 {
-    const QString what = QStringLiteral("Snapshot() of %1").arg(path);
-    const QString expected = QStringLiteral("'%1', each entry of its read's type and as its single read answers it")
-                                 .arg(ZentorBus::SnapshotSignature);
-    const QDBusMessage reply = call(bus, busName, path, interfaceName, ZentorBus::SnapshotMember);
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        report.fail(what, expected, errorOf(reply));
-        return;
-    }
-    SnapshotPicture picture;
-    const SnapshotPicture::Taken taken = picture.take(reply, methods);
-    if (!taken.usable) {
-        report.fail(what, expected, taken.problem);
-        return;
-    }
-    QStringList problems;
-    for (const QString& left : taken.leftOut)
-        problems << left;
-    const QStringList keys = picture.keys();
-    for (const QString& key : keys) {
-        const QString d = disagreement(bus, busName, path, interfaceName, methods, key, *picture.find(key));
-        if (!d.isEmpty())
-            problems << d;
-    }
-    QString got = QStringLiteral("%1 entries, sequence %2").arg(keys.size()).arg(picture.sequence());
+    QString got = QStringLiteral("%1 entries, sequence %2").arg(keys.size()).arg(sequence);
     if (!problems.isEmpty()) {
         got += QStringLiteral("; ") + problems.mid(0, kNamed).join(QStringLiteral("; "));
         if (problems.size() > kNamed)
             got += QStringLiteral("; and %1 more").arg(problems.size() - kNamed);
     }
+    return got;
+}
+
+// One picture's reply taken, each entry against its single read: the
+// problems, and the picture in `picture`; false when the reply is no picture
+// at all (`problems` then says why).
+bool takeAndCompare(const QDBusConnection& bus, const QString& busName, const QString& path,
+                    const QString& interfaceName, const QVector<ZentorBus::Method>& methods, const QDBusMessage& reply,
+                    SnapshotPicture& picture, QStringList& problems)
+{
+    if (reply.type() != QDBusMessage::ReplyMessage) {
+        problems << errorOf(reply);
+        return false;
+    }
+    const SnapshotPicture::Taken taken = picture.take(reply, methods);
+    if (!taken.usable) {
+        problems << taken.problem;
+        return false;
+    }
+    problems << taken.leftOut;
+    for (const QString& key : picture.keys()) {
+        const QString d = disagreement(bus, busName, path, interfaceName, methods, key, *picture.find(key));
+        if (!d.isEmpty())
+            problems << d;
+    }
+    return true;
+}
+
+// One Snapshot (of the manager or of a microscope) against the single reads;
+// the keys it holds.
+QStringList checkOne(const QDBusConnection& bus, const QString& busName, const QString& path,
+                     const QString& interfaceName, const QVector<ZentorBus::Method>& methods, CheckReport& report)
+{
+    const QString what = QStringLiteral("Snapshot() of %1").arg(path);
+    const QString expected = QStringLiteral("'%1', each entry of its read's type and as its single read answers it")
+                                 .arg(ZentorBus::SnapshotSignature);
+    SnapshotPicture picture;
+    QStringList problems;
+    if (!takeAndCompare(bus, busName, path, interfaceName, methods,
+                        call(bus, busName, path, interfaceName, ZentorBus::SnapshotMember), picture, problems)) {
+        report.fail(what, expected, problems.join(QStringLiteral("; ")));
+        return {};
+    }
+    const QStringList keys = picture.keys();
+    const QString got = summary(keys, picture.sequence(), problems);
     report.check(problems.isEmpty() && !keys.isEmpty(), what, expected, keys.isEmpty() ? got + QStringLiteral(" (empty)") : got);
+    return keys;
+}
+
+// SnapshotOf of a microscope: asked for some of the Snapshot's reads (and
+// for reads that are none), it answers exactly those, each as its single
+// read; asked for all of them, all of them.
+void checkSnapshotOf(const QDBusConnection& bus, const QString& busName, const QString& path,
+                     const QStringList& snapshotKeys, CheckReport& report)
+{
+    const QStringList unknown{QStringLiteral("NoSuchRead"), QStringLiteral("IsMounted(99)")};
+    const QStringList few = snapshotKeys.mid(0, 3) + snapshotKeys.mid(snapshotKeys.size() - 2);
+    for (const QStringList& asked : {few, snapshotKeys}) {
+        const QString what = QStringLiteral("SnapshotOf(%1 reads of the Snapshot and %2 that are none) of %3")
+                                 .arg(asked.size()).arg(unknown.size()).arg(path);
+        const QString expected = QStringLiteral("'%1' with exactly the %2 reads of the Snapshot named, each as its "
+                                                "single read answers it")
+                                     .arg(ZentorBus::SnapshotSignature).arg(asked.size());
+        SnapshotPicture picture;
+        QStringList problems;
+        if (!takeAndCompare(bus, busName, path, ZentorBus::DeviceInterface, ZentorBus::deviceMethods(),
+                            call(bus, busName, path, ZentorBus::DeviceInterface, ZentorBus::SnapshotOfMember,
+                                 {QVariant(asked + unknown)}),
+                            picture, problems)) {
+            report.fail(what, expected, problems.join(QStringLiteral("; ")));
+            continue;
+        }
+        QStringList wanted = asked;
+        wanted.removeDuplicates();
+        wanted.sort();
+        const QStringList keys = picture.keys();
+        for (const QString& key : keys)
+            if (!wanted.contains(key))
+                problems << key + QStringLiteral(": not asked for");
+        for (const QString& key : wanted)
+            if (!keys.contains(key))
+                problems << key + QStringLiteral(": left out");
+        report.check(problems.isEmpty(), what, expected, summary(keys, picture.sequence(), problems));
+    }
 }
 
 } // namespace
@@ -165,7 +223,14 @@ void check(const QDBusConnection& bus, const QString& busName, int index, const 
                     QStringLiteral("Connect(%1) failed: %2").arg(index).arg(errorOf(connected)));
         return;
     }
-    checkOne(bus, busName, path, ZentorBus::DeviceInterface, ZentorBus::deviceMethods(), report);
+    const QStringList keys = checkOne(bus, busName, path, ZentorBus::DeviceInterface, ZentorBus::deviceMethods(), report);
+    if (served.minor < ZentorBus::kSnapshotOfMinor)
+        report.skip(QStringLiteral("SnapshotOf() of %1").arg(path),
+                    QStringLiteral("the service serves interface version %1; SnapshotOf came with %2.%3, and the "
+                                   "panel takes the whole Snapshot of such a service")
+                        .arg(servedVersion).arg(served.major).arg(ZentorBus::kSnapshotOfMinor));
+    else if (!keys.isEmpty())
+        checkSnapshotOf(bus, busName, path, keys, report);
     call(bus, busName, path, ZentorBus::DeviceInterface, QStringLiteral("Disconnect"));
 }
 

@@ -3,6 +3,8 @@
 // it gives is what the single read of the same key answers, and every entry
 // is of that read's type. A service of an older minor has no Snapshot; its
 // clients read one value at a time, and the check says so and is skipped.
+// From interface version 1.2 on, SnapshotOf answers exactly the reads of the
+// Snapshot it is asked for, each as its single read.
 #include "core/service/conformance/CheckReport.h"
 
 #include <QDBusConnection>

@@ -32,7 +32,8 @@ QVector<Method> methodsOf(const QString& interfaceName, const QStringList& only 
 }
 
 // Members of the device interface that the service answers itself, not the stand.
-const QStringList kServiceAnswered{QStringLiteral("Disconnect"), QStringLiteral("Ping"), SnapshotMember};
+const QStringList kServiceAnswered{QStringLiteral("Disconnect"), QStringLiteral("Ping"), SnapshotMember,
+                                   SnapshotOfMember};
 
 } // namespace
 

@@ -81,6 +81,13 @@ QString snapshotKey(const QString& member, const QVariantList& args = {});
 // The interface version that added Snapshot: a service of a lower minor is
 // read one value at a time.
 inline constexpr int kSnapshotMinor = 1;
+// SnapshotOf(as reads) (interface version 1.2), on each microscope: the
+// Snapshot of the named reads alone, in the same form. A small group of
+// reads that the client knows beforehand costs one small reply.
+inline const QString SnapshotOfMember = QStringLiteral("SnapshotOf");
+inline constexpr int kSnapshotOfMinor = 2;
+// At most this many reads in one SnapshotOf.
+inline constexpr int kSnapshotOfMaxReads = 4096;
 
 // Every device member of a microscope, as the stand answers it.
 const QVector<Method>& deviceMethods();

@@ -17,6 +17,10 @@ namespace {
 
 // At most this many keys are named in one line of the trace.
 constexpr int kNamedInTrace = 24;
+// What named groups read is kept for at most this many groups, each of at
+// most this many reads (beyond, the whole Snapshot is as cheap).
+constexpr int kLearnedGroups = 64;
+constexpr int kLearnedReads = 256;
 
 QString listed(const QStringList& items)
 {
@@ -63,9 +67,12 @@ bool& snapshotsInUse()
 bool DBusMicroscopeService::snapshotsUsed() { return snapshotsInUse(); }
 void DBusMicroscopeService::setSnapshotsUsed(bool used) { snapshotsInUse() = used; }
 
-void DBusMicroscopeService::beginReads()
+void DBusMicroscopeService::beginReads(const QString& group)
 {
-    ++m_readDepth;
+    if (m_readDepth++ == 0) {
+        m_group = group;
+        m_groupReads.clear();
+    }
 }
 
 void DBusMicroscopeService::endReads()
@@ -78,6 +85,15 @@ void DBusMicroscopeService::endReads()
 
 void DBusMicroscopeService::letPicturesGo()
 {
+    // What a named group read is what it asks for the next time.
+    if (!m_group.isEmpty() && !m_groupReads.isEmpty() && m_groupReads.size() <= kLearnedReads &&
+        (m_learned.contains(m_group) || m_learned.size() < kLearnedGroups)) {
+        QStringList reads(m_groupReads.cbegin(), m_groupReads.cend());
+        reads.sort();
+        m_learned.insert(m_group, reads);
+    }
+    m_group.clear();
+    m_groupReads.clear();
     if (!m_readSingly.isEmpty())
         trace(QStringLiteral("Snapshot of %1 did not hold these reads, read singly: %2").arg(m_peer, listed(m_readSingly)));
     m_readSingly.clear();
@@ -138,6 +154,8 @@ const SnapshotPicture::Entry* DBusMicroscopeService::pictured(const QString& mem
     if (!m_pictureUsable)
         return nullptr;
     const QString key = ZentorBus::snapshotKey(member, args);
+    if (!m_group.isEmpty() && counted)
+        m_groupReads.insert(key);
     const SnapshotPicture::Entry* e = m_picture.find(key);
     if (!e && counted && !m_readSingly.contains(key))
         m_readSingly << key;
@@ -190,9 +208,16 @@ void DBusMicroscopeService::askPicture()
     }
     // The reply comes to this object through the same queue as the events,
     // so that it is taken exactly between the events sent before it and
-    // those sent after it.
-    QDBusMessage call = QDBusMessage::createMethodCall(m_peer, m_path, ZentorBus::DeviceInterface,
-                                                       ZentorBus::SnapshotMember);
+    // those sent after it. A named group asks for what it read the time
+    // before alone, where the service can answer that.
+    const auto learned = m_learned.constFind(m_group);
+    m_pictureOfLearned = !m_group.isEmpty() && learned != m_learned.constEnd() && !m_noSnapshotOf &&
+                         versionOffersSnapshotOf();
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        m_peer, m_path, ZentorBus::DeviceInterface,
+        m_pictureOfLearned ? ZentorBus::SnapshotOfMember : ZentorBus::SnapshotMember);
+    if (m_pictureOfLearned)
+        call.setArguments({QVariant(*learned)});
     callSent();
     ++m_picturesInFlight;
     if (!m_bus.callWithCallback(call, this, SLOT(onPictureReply(QDBusMessage)),
@@ -267,7 +292,12 @@ void DBusMicroscopeService::onPictureError(const QDBusError& error, const QDBusM
 {
     if (!answersNewestPicture())
         return;
-    if (offersNoSnapshot(error)) {
+    if (m_pictureOfLearned && offersNoSnapshot(error)) {
+        // A service that tells 1.2 but has no SnapshotOf: its groups take
+        // the whole Snapshot from now on; this group reads singly.
+        m_noSnapshotOf = true;
+        trace(QStringLiteral("Microscope service %1 offers no SnapshotOf: taking the whole Snapshot").arg(m_peer));
+    } else if (offersNoSnapshot(error)) {
         m_noSnapshot = true;
         traceNoSnapshot(m_peer);
     }
@@ -389,3 +419,4 @@ void DBusMicroscopeService::traceNoSnapshot(const QString& whose)
     told = true;
     trace(QStringLiteral("Microscope service %1 offers no Snapshot: reading one value at a time").arg(whose));
 }
+

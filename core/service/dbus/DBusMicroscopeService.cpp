@@ -224,6 +224,11 @@ bool DBusMicroscopeService::versionOffersSnapshot() const
     return ZentorBus::InterfaceVersion::parse(m_version).minor >= ZentorBus::kSnapshotMinor;
 }
 
+bool DBusMicroscopeService::versionOffersSnapshotOf() const
+{
+    return ZentorBus::InterfaceVersion::parse(m_version).minor >= ZentorBus::kSnapshotOfMinor;
+}
+
 QDBusMessage DBusMicroscopeService::callManager(const QString& member, const QVariantList& args)
 {
     ensureCompatible();
@@ -283,6 +288,8 @@ void DBusMicroscopeService::Connect(int16_t index)
                            QStringLiteral("Connect: the microscope service gave no microscope object"));
     // From here on talk to the process that answered, never to a successor.
     if (reply.service() != m_peer) {
+        m_noSnapshotOf = false;
+        m_learned.clear();
         m_noSnapshot = !versionOffersSnapshot();
         if (m_noSnapshot)
             traceNoSnapshot(QStringLiteral("%1 (interface version %2)").arg(reply.service(), m_version));

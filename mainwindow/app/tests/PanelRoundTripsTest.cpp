@@ -2,8 +2,11 @@
 // real main window on the real service process, each device panel opened
 // from its button, and a bus monitor counting the calls of each opening (the
 // Snapshot goes first, a command the panel sends goes right behind it
-// without waiting, and the client counts one round trip). Read one value at
-// a time, the same openings take more: the count sees the reads.
+// without waiting, and the client counts one round trip). A panel opened
+// again asks for the reads it made the first time alone (SnapshotOf), still
+// in one round trip; a service of interface 1.1 is asked the whole Snapshot
+// each time. Read one value at a time, the same openings take more: the
+// count sees the reads.
 #include "BusMonitor.h"
 #include "MainWindowTestSupport.h"
 #include "ServiceProcess.h"
@@ -20,6 +23,7 @@
 
 #include <cstdio>
 #include <map>
+#include <vector>
 
 namespace {
 
@@ -35,12 +39,14 @@ struct Opening {
     uint64_t clientTrips = 0;     // by the panel's own client
 };
 
+using Openings = std::map<QString, Opening>;   // by the panel's form
+
 // Opens each device panel of the connected microscope from its button and
 // closes it again; the calls of each opening, from the press to the panel
 // filled.
-std::map<QString, Opening> openEachPanel(frmMain& w, BusMonitor& monitor)
+Openings openEachPanel(frmMain& w, BusMonitor& monitor)
 {
-    std::map<QString, Opening> out;
+    Openings out;
     const auto buttons = devicePanelButtons(w.ui);
     for (const auto& [formName, button] : buttons) {
         const QString form = QLatin1String(formName);
@@ -68,13 +74,18 @@ class PanelRoundTrips : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(m_service.start({QStringLiteral("--stand"), standFile("full-system.json"), QStringLiteral("--speed"),
-                                     QStringLiteral("0"), QStringLiteral("--no-fiber"), QStringLiteral("--state-file"),
-                                     testHome() + QStringLiteral("/state/panel-round-trips.json")}))
-            << m_service.error().toStdString();
         ServiceSource::setMaker([]() -> std::unique_ptr<MicroscopeService> {
             return std::make_unique<DBusMicroscopeService>();
         });
+    }
+    void startService(const QStringList& extra = {})
+    {
+        ASSERT_TRUE(m_service.start(QStringList{QStringLiteral("--stand"), standFile("full-system.json"),
+                                                QStringLiteral("--speed"), QStringLiteral("0"),
+                                                QStringLiteral("--no-fiber"), QStringLiteral("--state-file"),
+                                                testHome() + QStringLiteral("/state/panel-round-trips.json")} +
+                                    extra))
+            << m_service.error().toStdString();
     }
     void TearDown() override
     {
@@ -84,11 +95,11 @@ protected:
     }
 
     // The full system opened (a list of one opens at once), its panels opened
-    // one by one.
-    std::map<QString, Opening> openPanels(QStringList& boxes)
+    // one by one, `rounds` times over.
+    std::vector<Openings> openPanels(QStringList& boxes, int rounds = 1)
     {
         MsgBox::Recorder recorder;
-        std::map<QString, Opening> out;
+        std::vector<Openings> out;
         {
             frmMain w(QStringList{QStringLiteral("zentor")});
             w.show();
@@ -99,7 +110,8 @@ protected:
                 mainState().micService->LampOn();
             BusMonitor monitor;
             EXPECT_TRUE(monitor.running());
-            out = openEachPanel(w, monitor);
+            for (int round = 0; round < rounds; ++round)
+                out.push_back(openEachPanel(w, monitor));
             w.close();
         }
         boxes = recorder.texts();
@@ -111,39 +123,61 @@ protected:
 
 } // namespace
 
-TEST_F(PanelRoundTrips, EveryDevicePanelOpensInOneRoundTrip)
+// Each opening is one picture (`picture`: Snapshot or SnapshotOf) and the
+// commands the panel sends while it fills, in one round trip.
+void expectOneRoundTrip(const Openings& openings, const QString& picture, const char* round)
 {
-    QStringList boxes;
-    const std::map<QString, Opening> openings = openPanels(boxes);
-    EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
     EXPECT_EQ(openings.size(), 12u);
     for (const auto& [form, opening] : openings) {
         const QStringList& calls = opening.seen.members;
         const std::string seen = form.toStdString() + ": " + calls.join(QStringLiteral(", ")).toStdString();
-        // The Snapshot goes first; any call after it is a command the panel
-        // sends while it fills (sent behind the Snapshot, not after its
+        // The picture goes first; any call after it is a command the panel
+        // sends while it fills (sent behind the picture, not after its
         // answer: the client counts one round trip).
         ASSERT_FALSE(calls.isEmpty()) << seen;
-        EXPECT_TRUE(calls.first().endsWith(QStringLiteral(" Snapshot"))) << seen;
+        EXPECT_EQ(calls.first().section(QLatin1Char(' '), 1), picture) << round << " " << seen;
         for (const QString& call : calls.mid(1))
             EXPECT_TRUE(call.section(QLatin1Char(' '), 1).startsWith(QStringLiteral("set"))) << seen;
         EXPECT_EQ(opening.clientTrips, 1u) << seen;
-        std::printf("%s with Snapshot: %d calls, %d round trips seen at the bus (%llu counted by the client)\n",
-                    qPrintable(form), opening.seen.calls, opening.seen.roundTrips,
+        std::printf("%s %s with %s: %d calls, %d round trips seen at the bus (%llu counted by the client)\n", round,
+                    qPrintable(form), qPrintable(picture), opening.seen.calls, opening.seen.roundTrips,
                     static_cast<unsigned long long>(opening.clientTrips));
     }
     // The objective panel writes the link before it reads the position: the
-    // command goes right behind the Snapshot.
+    // command goes right behind the picture.
     const auto objective = openings.find(QStringLiteral("frmSubObj"));
     ASSERT_NE(objective, openings.end());
     EXPECT_EQ(objective->second.seen.members.size(), 2) << objective->second.seen.members.join(", ").toStdString();
 }
 
+TEST_F(PanelRoundTrips, EveryDevicePanelOpensInOneRoundTripAndAgainWithWhatItReadAlone)
+{
+    startService();
+    QStringList boxes;
+    const std::vector<Openings> rounds = openPanels(boxes, 2);
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
+    ASSERT_EQ(rounds.size(), 2u);
+    expectOneRoundTrip(rounds[0], QStringLiteral("Snapshot"), "first");
+    expectOneRoundTrip(rounds[1], QStringLiteral("SnapshotOf"), "again");
+}
+
+TEST_F(PanelRoundTrips, AServiceOfInterface11IsAskedTheWholeSnapshotEachTime)
+{
+    startService({QStringLiteral("--interface-version"), QStringLiteral("1.1")});
+    QStringList boxes;
+    const std::vector<Openings> rounds = openPanels(boxes, 2);
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
+    ASSERT_EQ(rounds.size(), 2u);
+    expectOneRoundTrip(rounds[0], QStringLiteral("Snapshot"), "first");
+    expectOneRoundTrip(rounds[1], QStringLiteral("Snapshot"), "again");
+}
+
 TEST_F(PanelRoundTrips, ReadOneValueAtATimeTheSameOpeningsTakeMoreRoundTrips)
 {
+    startService();
     DBusMicroscopeService::setSnapshotsUsed(false);
     QStringList boxes;
-    const std::map<QString, Opening> openings = openPanels(boxes);
+    const Openings openings = openPanels(boxes).at(0);
     EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
     EXPECT_EQ(openings.size(), 12u);
     int trips = 0;

@@ -2,7 +2,8 @@
 // single read of that key answers (values and failures alike), its sequence
 // counts the events sent, grouped reads racing a streaming move never show an
 // older position after a newer one, and a service started without Snapshot
-// is read one value at a time.
+// is read one value at a time. SnapshotOf answers the named reads alone,
+// each as the whole Snapshot gives it.
 #include "ServiceProcess.h"
 #include "WaitUntil.h"
 #include "core/base/mdlCommon.h"
@@ -21,6 +22,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 #include <gtest/gtest.h>
 
 namespace {
@@ -98,9 +100,8 @@ struct Taken {
     QMap<QString, int32_t> failures;   // key -> code
 };
 
-Taken snapshotOf(int index)
+Taken takenFrom(const QDBusMessage& reply)
 {
-    const QDBusMessage reply = callDevice(index, ZentorBus::SnapshotMember);
     Taken t;
     EXPECT_EQ(reply.signature(), ZentorBus::SnapshotSignature) << reply.errorMessage().toStdString();
     if (reply.signature() != ZentorBus::SnapshotSignature)
@@ -135,6 +136,16 @@ Taken snapshotOf(int index)
     }
     failures.endMap();
     return t;
+}
+
+Taken snapshotOf(int index)
+{
+    return takenFrom(callDevice(index, ZentorBus::SnapshotMember));
+}
+
+Taken snapshotOfReads(int index, const QStringList& reads)
+{
+    return takenFrom(callDevice(index, ZentorBus::SnapshotOfMember, {QVariant(reads)}));
 }
 
 // Every entry of the snapshot against the single read of its key.
@@ -187,6 +198,70 @@ TEST_F(SnapshotServiceTest, EachEntryIsWhatTheSingleReadOfItsKeyAnswers)
     expectSingleReadsAgree(1, dead);
 }
 
+TEST_F(SnapshotServiceTest, SnapshotOfAnswersTheNamedReadsAloneAsTheWholeSnapshot)
+{
+    start({QStringLiteral("--speed"), QStringLiteral("0")});
+    DBusStandControl control(QDBusConnection::sessionBus(), ZentorBus::MicroscopeService, 1);
+    control.killUnit(UnitIndex::Q7s);   // a failure among the named reads
+    const Taken whole = snapshotOf(1);
+    ASSERT_TRUE(whole.failures.contains(QStringLiteral("NosepiecePosition")));
+    const QStringList named{QStringLiteral("NDFilterTransmission"), QStringLiteral("IsMounted(14)"),
+                            QStringLiteral("CustomValue(12,7,1)"), QStringLiteral("SendCommand(rXPR1)"),
+                            QStringLiteral("NosepiecePosition"), QStringLiteral("NoSuchRead"),
+                            QStringLiteral("IsMounted(99)"), QStringLiteral("NDFilterTransmission")};
+    const Taken some = snapshotOfReads(1, named);
+    EXPECT_EQ(some.sequence, whole.sequence);
+    // Each read named that the whole Snapshot holds, once, as it gives it;
+    // the names of no read are left out.
+    int known = 0;
+    for (const QString& key : QSet<QString>(named.cbegin(), named.cend())) {
+        if (whole.values.contains(key)) {
+            EXPECT_EQ(some.values.value(key), whole.values.value(key)) << key.toStdString();
+            ++known;
+        } else if (whole.failures.contains(key)) {
+            EXPECT_EQ(some.failures.value(key), whole.failures.value(key)) << key.toStdString();
+            ++known;
+        } else {
+            EXPECT_FALSE(some.values.contains(key) || some.failures.contains(key)) << key.toStdString();
+        }
+    }
+    EXPECT_EQ(known, 5);
+    EXPECT_EQ(some.values.size() + some.failures.size(), known);
+    EXPECT_TRUE(some.failures.contains(QStringLiteral("NosepiecePosition")));
+    expectSingleReadsAgree(1, some);
+    // None named: an empty picture.
+    const Taken none = snapshotOfReads(1, {});
+    EXPECT_TRUE(none.values.isEmpty() && none.failures.isEmpty());
+}
+
+TEST_F(SnapshotServiceTest, SnapshotOfRefusesMoreReadsThanItsBound)
+{
+    start({QStringLiteral("--speed"), QStringLiteral("0")});
+    QStringList many;
+    for (int i = 0; i < ZentorBus::kSnapshotOfMaxReads; ++i)
+        many << QStringLiteral("NDFilterTransmission");
+    EXPECT_EQ(snapshotOfReads(1, many).values.size(), 1);   // the bound itself is taken
+    many << QStringLiteral("NDFilterTransmission");
+    const QDBusMessage refused = callDevice(1, ZentorBus::SnapshotOfMember, {QVariant(many)});
+    ASSERT_EQ(refused.type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(ZentorBus::errorFromMessage(refused).number(), RunTimeError::ServiceInvalidArgument);
+    EXPECT_TRUE(refused.errorMessage().contains(QStringLiteral("at most 4096"))) << refused.errorMessage().toStdString();
+    // The service goes on answering.
+    EXPECT_EQ(snapshotOfReads(1, {QStringLiteral("IsMounted(1)")}).values.size(), 1);
+}
+
+TEST_F(SnapshotServiceTest, AServiceOfInterface11HasSnapshotAndNotSnapshotOf)
+{
+    start({QStringLiteral("--speed"), QStringLiteral("0"), QStringLiteral("--interface-version"), QStringLiteral("1.1")});
+    EXPECT_GT(snapshotOf(1).values.size(), 200);
+    const QDBusMessage refused = callDevice(1, ZentorBus::SnapshotOfMember, {QVariant(QStringList{"IsMounted(1)"})});
+    EXPECT_EQ(refused.type(), QDBusMessage::ErrorMessage);
+    // As any member a service does not have: the client takes it so.
+    EXPECT_TRUE(refused.errorName() == QLatin1String("org.freedesktop.DBus.Error.UnknownMethod") ||
+                refused.errorName() == QLatin1String("org.freedesktop.DBus.Error.UnknownInterface"))
+        << refused.errorName().toStdString();
+}
+
 TEST_F(SnapshotServiceTest, ItsSequenceCountsTheEventsTheMicroscopeSent)
 {
     start({QStringLiteral("--speed"), QStringLiteral("20")});
@@ -234,7 +309,9 @@ TEST_F(SnapshotServiceTest, GroupedReadsRacingAStreamingMoveNeverShowAnOlderPosi
     while (!limit.hasExpired()) {
         const bool arrived = moving.isFinished();
         {
-            const ReadBatch reads(&reader);
+            // Every other group is named: from its second time on it asks
+            // for its reads alone (SnapshotOf), the others the whole Snapshot.
+            const ReadBatch reads(&reader, groups % 2 ? QStringLiteral("racing") : QString());
             for (int k = 0; k < 3; ++k) {
                 const int32_t x = reader.XYDriveXPosition();
                 // Never behind an event already delivered, never behind the
@@ -245,7 +322,14 @@ TEST_F(SnapshotServiceTest, GroupedReadsRacingAStreamingMoveNeverShowAnOlderPosi
                     ++between;   // an event moved the picture within the group
                 lastRead = x;
                 readsFromPicture += reader.readsFromPicture() ? 1 : 0;
-                QCoreApplication::processEvents(QEventLoop::AllEvents, 2);
+                if (k == 0 && !arrived) {
+                    // While the stage streams, the next report comes between
+                    // the group's first two reads: the picture follows it.
+                    const int32_t seen = lastEvent;
+                    waitUntil([&] { return lastEvent != seen; }, 500);
+                } else {
+                    QCoreApplication::processEvents(QEventLoop::AllEvents, 2);
+                }
             }
         }
         ++groups;

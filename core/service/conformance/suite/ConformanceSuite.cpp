@@ -982,7 +982,7 @@ QStringList openingReads(MicroscopeService& s, int microscopes) {
 }
 
 QStringList openingReadsInAGroup(MicroscopeService& s, int microscopes) {
-    s.beginReads();
+    s.beginReads({});
     const QStringList out = openingReads(s, microscopes);
     s.endReads();
     return out;
@@ -1019,7 +1019,7 @@ CONFORMANCE_CASE(ReadsInAGroupFailWhereTheSingleReadsFail) {
 CONFORMANCE_CASE(AReadInAGroupSeesWhatACommandOfTheGroupChanged) {
     Conformance c(factory);
     c.open();
-    c.svc.beginReads();
+    c.svc.beginReads({});
     const int16_t link = c.svc.NosepieceIsInterlockEnabled();
     const int16_t at = c.svc.NosepiecePosition();
     const QString name = c.svc.ObservationName(8);
@@ -1044,7 +1044,7 @@ CONFORMANCE_CASE(AReadInAGroupIsNeverOlderThanAnEventDelivered) {
             lastEvent = m.mid(19).toInt();
     });
     const int32_t from = c.svc.ZDriveZPosition();
-    c.svc.beginReads();
+    c.svc.beginReads({});
     int32_t read = c.svc.ZDriveZPosition();
     EXPECT_EQ(read, from);
     c.svc.setZDriveZPosition(from + 3000);   // blocks while the positions stream

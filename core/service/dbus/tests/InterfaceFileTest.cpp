@@ -180,12 +180,24 @@ TEST(InterfaceVersions, AnOlderMinorIsTheFileWithoutTheMembersALaterOneAdded)
     EXPECT_EQ(snapshot->out(), SnapshotSignature);
     EXPECT_TRUE(servedVersion().atLeast({1, kSnapshotMinor}));
 
+    const InterfaceMember* snapshotOf = device.member(SnapshotOfMember);
+    ASSERT_NE(snapshotOf, nullptr);
+    EXPECT_EQ(InterfaceVersion::parse(snapshotOf->since).minor, kSnapshotOfMinor);
+    EXPECT_EQ(snapshotOf->in(), QStringLiteral("as"));
+    EXPECT_EQ(snapshotOf->out(), SnapshotSignature);
+    EXPECT_TRUE(servedVersion().atLeast({1, kSnapshotOfMinor}));
+
+    // 1.1 has Snapshot and not SnapshotOf; 1.0 has neither.
+    const InterfaceInfo withSnapshot = asOfVersion(device, {1, kSnapshotMinor});
+    EXPECT_NE(withSnapshot.member(SnapshotMember), nullptr);
+    EXPECT_EQ(withSnapshot.member(SnapshotOfMember), nullptr);
+    EXPECT_EQ(withSnapshot.members.size(), device.members.size() - 1);
     const InterfaceInfo older = asOfVersion(device, {1, 0});
     EXPECT_EQ(older.version, QStringLiteral("1.0"));
     EXPECT_EQ(older.member(SnapshotMember), nullptr);
-    EXPECT_EQ(older.members.size(), device.members.size() - 1);
+    EXPECT_EQ(older.members.size(), device.members.size() - 2);
     EXPECT_TRUE(interfaceDifferences(older, older, Agreement::Exact).isEmpty());
-    // What a 1.1 service serves is not what a 1.0 file describes, and the
+    // What this service serves is not what a 1.0 file describes, and the
     // other way round: each names Snapshot.
     EXPECT_TRUE(interfaceDifferences(older, device, Agreement::Wire).join(' ').contains("Snapshot is not in the file"));
     EXPECT_TRUE(interfaceDifferences(device, older, Agreement::Wire).contains("missing method Snapshot"));
