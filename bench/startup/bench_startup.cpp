@@ -123,13 +123,14 @@ int measurePanels(int argc, char** argv, int rounds)
     }
 
     // The cost of a small group alone, with no window to draw: three reads
-    // (what the focus panel reads of its drive) from a Snapshot against
-    // three single calls.
+    // (what the focus panel reads of its drive) from a picture against three
+    // single calls. The group is named, as a panel's: after its first time
+    // its picture is the SnapshotOf of its three reads.
     MicroscopeService& svc = *mainState().micService;
     for (int i = 0; i < rounds * 20; ++i) {
         for (const Way snapshot : {true, false}) {
             measureOnce(samples["group-of-three-reads"][snapshot], snapshot, true, [&] {
-                const ReadBatch reads(&svc);
+                const ReadBatch reads(&svc, QStringLiteral("group-of-three-reads"));
                 return svc.IsMounted(DeviceIndex::ZDrive) == 1 && svc.UpperLimit(LimitIndex::ZDrive) >
                                                                      svc.LowerLimit(LimitIndex::ZDrive);
             });

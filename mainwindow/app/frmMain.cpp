@@ -591,7 +591,7 @@ void frmMain::CheckServer() {
     bool alive = false;
     try {
         // One question to the service answers all four units.
-        const ReadBatch reads(services.MicHold.get());
+        const ReadBatch reads(services.MicHold.get(), QStringLiteral("CheckServer"));
         for (int16_t unit : {UnitIndex::Q7s, UnitIndex::HBX_A, UnitIndex::HBX_B, UnitIndex::E_LM_K})
             if (services.MicHold->DeviceStatus(unit) == 1)
                 alive = true;

@@ -28,38 +28,6 @@ QString errorOf(const QDBusMessage& reply)
     return reply.errorName() + QStringLiteral(": ") + reply.errorMessage();
 }
 
-// The arguments a key names ("IsMounted(4)" -> 4 as 'n'), in the types of
-// the member's arguments; false when they do not fit them.
-bool keyArguments(const QString& key, const ZentorBus::Method& m, QVariantList& args)
-{
-    const int open = key.indexOf(QLatin1Char('('));
-    if (open < 0)
-        return m.in.isEmpty();
-    const QString inner = key.mid(open + 1, key.size() - open - 2);
-    // A text argument is the whole of it, commas included (SendCommand).
-    const QStringList parts = m.in == QLatin1String("s") ? QStringList{inner} : inner.split(QLatin1Char(','));
-    if (parts.size() != m.in.size())
-        return false;
-    for (int i = 0; i < parts.size(); ++i) {
-        bool ok = true;
-        switch (m.in.at(i).toLatin1()) {
-        case 'n': {
-            const int v = parts[i].toInt(&ok);
-            ok = ok && v >= -32768 && v <= 32767;
-            args << QVariant::fromValue<short>(static_cast<short>(v));
-            break;
-        }
-        case 'i': args << QVariant::fromValue<int>(parts[i].toInt(&ok)); break;
-        case 'd': args << QVariant::fromValue<double>(parts[i].toDouble(&ok)); break;
-        case 's': args << QVariant(parts[i]); break;
-        default: ok = false;
-        }
-        if (!ok)
-            return false;
-    }
-    return true;
-}
-
 QString shown(const QVariant& v)
 {
     if (v.metaType().id() == QMetaType::QVariantList) {
@@ -79,10 +47,9 @@ QString disagreement(const QDBusConnection& bus, const QString& busName, const Q
                      const QString& interfaceName, const QVector<ZentorBus::Method>& methods,
                      const QString& key, const SnapshotPicture::Entry& entry)
 {
-    const int open = key.indexOf(QLatin1Char('('));
-    const ZentorBus::Method* m = ZentorBus::findMethod(methods, open < 0 ? key : key.left(open));
     QVariantList args;
-    if (!m || !keyArguments(key, *m, args))
+    const ZentorBus::Method* m = ZentorBus::readOfKey(key, methods, args);
+    if (!m)
         return key + QStringLiteral(": not a read of ") + interfaceName;
     const QDBusMessage single = call(bus, busName, path, interfaceName, m->name, args);
     if (entry.failure != 0) {

@@ -47,6 +47,42 @@ QString snapshotKey(const QString& member, const QVariantList& args)
     return member + QLatin1Char('(') + parts.join(QLatin1Char(',')) + QLatin1Char(')');
 }
 
+const Method* readOfKey(const QString& key, const QVector<Method>& methods, QVariantList& args)
+{
+    args.clear();
+    const int open = key.indexOf(QLatin1Char('('));
+    if (open >= 0 && !key.endsWith(QLatin1Char(')')))
+        return nullptr;
+    const Method* m = findMethod(methods, open < 0 ? key : key.left(open));
+    if (!m || m->out.isEmpty())
+        return nullptr;
+    if (open < 0)
+        return m->in.isEmpty() ? m : nullptr;
+    const QString inner = key.mid(open + 1, key.size() - open - 2);
+    // A text argument is the whole of it, commas included (SendCommand).
+    const QStringList parts = m->in == QLatin1String("s") ? QStringList{inner} : inner.split(QLatin1Char(','));
+    if (parts.size() != m->in.size())
+        return nullptr;
+    for (int i = 0; i < parts.size(); ++i) {
+        bool ok = true;
+        switch (m->in.at(i).toLatin1()) {
+        case 'n': {
+            const int v = parts[i].toInt(&ok);
+            ok = ok && v >= -32768 && v <= 32767;
+            args << QVariant::fromValue<short>(static_cast<short>(v));
+            break;
+        }
+        case 'i': args << QVariant::fromValue<int>(parts[i].toInt(&ok)); break;
+        case 'd': args << QVariant::fromValue<double>(parts[i].toDouble(&ok)); break;
+        case 's': args << QVariant(parts[i]); break;
+        default: ok = false;
+        }
+        if (!ok)
+            return nullptr;
+    }
+    return m;
+}
+
 const QVector<Method>& deviceMethods()
 {
     static const QVector<Method> methods = methodsOf(DeviceInterface, {}, kServiceAnswered);

@@ -78,6 +78,10 @@ struct Method {
 inline const QString SnapshotMember = QStringLiteral("Snapshot");
 inline const QString SnapshotSignature = QStringLiteral("ta{sv}a{s(is)}");
 QString snapshotKey(const QString& member, const QVariantList& args = {});
+// The read a key names among `methods` and its arguments in the types that
+// read takes ("IsMounted(4)" -> IsMounted, 4 as 'n'); nullptr when the key
+// names none of them or its arguments do not fit.
+const Method* readOfKey(const QString& key, const QVector<Method>& methods, QVariantList& args);
 // The interface version that added Snapshot: a service of a lower minor is
 // read one value at a time.
 inline constexpr int kSnapshotMinor = 1;

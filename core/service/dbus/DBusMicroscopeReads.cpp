@@ -213,10 +213,17 @@ void DBusMicroscopeService::askPicture()
     const auto learned = m_learned.constFind(m_group);
     m_pictureOfLearned = !m_group.isEmpty() && learned != m_learned.constEnd() && !m_noSnapshotOf &&
                          versionOffersSnapshotOf();
+    QVariantList oneReadArgs;
+    m_oneRead = m_pictureOfLearned && learned->size() == 1
+                    ? ZentorBus::readOfKey(learned->first(), ZentorBus::deviceMethods(), oneReadArgs)
+                    : nullptr;
+    m_oneReadKey = m_oneRead ? learned->first() : QString();
     QDBusMessage call = QDBusMessage::createMethodCall(
         m_peer, m_path, ZentorBus::DeviceInterface,
-        m_pictureOfLearned ? ZentorBus::SnapshotOfMember : ZentorBus::SnapshotMember);
-    if (m_pictureOfLearned)
+        m_oneRead ? m_oneRead->name : m_pictureOfLearned ? ZentorBus::SnapshotOfMember : ZentorBus::SnapshotMember);
+    if (m_oneRead)
+        call.setArguments(oneReadArgs);
+    else if (m_pictureOfLearned)
         call.setArguments({QVariant(*learned)});
     callSent();
     ++m_picturesInFlight;
@@ -268,9 +275,14 @@ void DBusMicroscopeService::onPictureReply(const QDBusMessage& reply)
 {
     if (!answersNewestPicture() || reply.service() != m_peer)
         return;
-    const SnapshotPicture::Taken taken = m_picture.take(reply, ZentorBus::deviceMethods());
+    const SnapshotPicture::Taken taken = m_oneRead ? m_picture.takeOne(m_oneReadKey, reply, *m_oneRead)
+                                                   : m_picture.take(reply, ZentorBus::deviceMethods());
     traceTaken(m_peer, taken);
-    if (taken.usable && m_counting && m_picture.sequence() < m_sequence) {
+    if (m_oneRead) {
+        // A read's own reply tells no sequence: its place among the events
+        // is where it came, which is where it is taken.
+        m_pictureUsable = taken.usable;
+    } else if (taken.usable && m_counting && m_picture.sequence() < m_sequence) {
         // An event newer than the picture has been applied already.
         trace(QStringLiteral("Snapshot of %1 not used: its sequence %2 is older than event %3 already applied")
                   .arg(m_peer).arg(m_picture.sequence()).arg(m_sequence));
@@ -292,6 +304,12 @@ void DBusMicroscopeService::onPictureError(const QDBusError& error, const QDBusM
 {
     if (!answersNewestPicture())
         return;
+    if (m_oneRead) {
+        // The read fails: asked singly, it fails there as it would have.
+        m_forgetWhenTaken.clear();
+        pictureTaken();
+        return;
+    }
     if (m_pictureOfLearned && offersNoSnapshot(error)) {
         // A service that tells 1.2 but has no SnapshotOf: its groups take
         // the whole Snapshot from now on; this group reads singly.

@@ -184,7 +184,8 @@ public:
     // says so once. See SnapshotPicture.h for what is not believed.
     // A named group that comes back asks a service of interface 1.2 on for
     // the reads it made the time before alone (SnapshotOf): one small reply,
-    // which on a quick link costs no more than those reads one by one.
+    // which on a quick link costs no more than those reads one by one. A
+    // group of one read sends that read's own call, taken as its picture.
     void beginReads(const QString& group) override;
     void endReads() override;
     // Whether groups of reads use the service's Snapshot at all: yes unless
@@ -291,6 +292,9 @@ private:
     QSet<QString> m_groupReads;
     QHash<QString, QStringList> m_learned;
     bool m_pictureOfLearned = false;     // the picture asked is a SnapshotOf
+    // ... or, for a group of one read, that read's own call.
+    const ZentorBus::Method* m_oneRead = nullptr;
+    QString m_oneReadKey;
     bool m_listNoSnapshot = false;       // the manager has none
     QStringList m_readSingly;            // reads of this group the picture did not hold
     // The picture's reply, handed over by onPictureReply in the order of the

@@ -97,7 +97,7 @@ Normalised normalise(const QVariant& raw, const QString& type)
 // The reads of an interface by name, looked up once per entry of a reply.
 using ReadsByName = QHash<QStringView, const ZentorBus::Method*>;
 
-ReadsByName readsByName(const QVector<ZentorBus::Method>& methods)
+ReadsByName byName(const QVector<ZentorBus::Method>& methods)
 {
     ReadsByName reads;
     reads.reserve(methods.size());
@@ -105,6 +105,19 @@ ReadsByName readsByName(const QVector<ZentorBus::Method>& methods)
         if (!m.out.isEmpty())
             reads.insert(QStringView(m.name), &m);
     return reads;
+}
+
+// The same, made once for the interfaces' own tables (a picture is taken at
+// every opening of a panel).
+ReadsByName readsByName(const QVector<ZentorBus::Method>& methods)
+{
+    static const ReadsByName device = byName(ZentorBus::deviceMethods());
+    static const ReadsByName manager = byName(ZentorBus::managerMethods());
+    if (&methods == &ZentorBus::deviceMethods())
+        return device;
+    if (&methods == &ZentorBus::managerMethods())
+        return manager;
+    return byName(methods);
 }
 
 // The read a key names, when it is one of `reads`.
@@ -230,6 +243,24 @@ const SnapshotPicture::Entry* SnapshotPicture::find(const QString& key) const
 }
 
 void SnapshotPicture::forget(const QString& key) { m_entries.remove(key); }
+
+SnapshotPicture::Taken SnapshotPicture::takeOne(const QString& key, const QDBusMessage& reply,
+                                                const ZentorBus::Method& read)
+{
+    clear();
+    Taken taken;
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != read.out) {
+        taken.problem = QStringLiteral("a reply of signature '%1', not '%2'").arg(reply.signature(), read.out);
+        return taken;
+    }
+    taken.usable = true;
+    const Normalised n = normalise(reply.arguments().value(0), read.out);
+    if (!n.why.isEmpty())
+        taken.leftOut << key + QStringLiteral(" (") + n.why + QLatin1Char(')');
+    else if (n.kept)
+        m_entries.insert(key, Entry{n.value, 0, QString()});
+    return taken;
+}
 
 void SnapshotPicture::clear()
 {

@@ -40,6 +40,11 @@ public:
     // interface whose reads it holds (their result types).
     Taken take(const QDBusMessage& reply, const QVector<ZentorBus::Method>& methods);
 
+    // Replaces the picture by one read's own reply (`read`, named `key`):
+    // a picture of that read alone, taken where its reply stands among the
+    // events as a Snapshot's would. It tells no sequence number.
+    Taken takeOne(const QString& key, const QDBusMessage& reply, const ZentorBus::Method& read);
+
     const Entry* find(const QString& key) const;
     // The keys of the entries it holds, sorted.
     QStringList keys() const;

@@ -309,9 +309,16 @@ TEST_F(SnapshotServiceTest, GroupedReadsRacingAStreamingMoveNeverShowAnOlderPosi
     while (!limit.hasExpired()) {
         const bool arrived = moving.isFinished();
         {
-            // Every other group is named: from its second time on it asks
-            // for its reads alone (SnapshotOf), the others the whole Snapshot.
-            const ReadBatch reads(&reader, groups % 2 ? QStringLiteral("racing") : QString());
+            // Three kinds of group take turns: one of its own (the whole
+            // Snapshot), a named one of two reads (from its second time on
+            // the SnapshotOf of those), a named one of one read (from its
+            // second time on that read's own call).
+            const int kind = groups % 3;
+            const ReadBatch reads(&reader, kind == 0   ? QString()
+                                           : kind == 1 ? QStringLiteral("racing")
+                                                       : QStringLiteral("racing-one-read"));
+            if (kind == 1)
+                reader.XYDriveYPosition();
             for (int k = 0; k < 3; ++k) {
                 const int32_t x = reader.XYDriveXPosition();
                 // Never behind an event already delivered, never behind the
