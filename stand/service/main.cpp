@@ -189,7 +189,8 @@ int main(int argc, char* argv[])
         QStringLiteral("interface-version"),
         QStringLiteral("Serve an older minor <version> of the interfaces (MAJOR.MINOR, at most %1), as a driver "
                        "written for it does: the members a later minor added are neither answered nor "
-                       "introspected. 1.0 has no Snapshot, so clients read every value with a call of its own "
+                       "introspected. 1.0 has no Snapshot, so clients read every value with a call of its own; "
+                       "1.1 has no SnapshotOf, so clients take the whole Snapshot for every group of reads "
                        "(comparisons and tests).").arg(ZentorBus::servedVersion().text()),
         QStringLiteral("version"));
     parser.addOptions({configOpt, standOpt, dirOpt, speedOpt, noFiberOpt, fiberOnlyOpt, nameOpt, fiberNameOpt,

@@ -205,7 +205,9 @@ TEST(ServiceMemory, ALinkToAnEndlessDeviceAtTheStatePathIsToldAndNotRead) {
     s.Connect(0);
     EXPECT_EQ(s.ObservationName(9), QString());
     s.Disconnect();
-    EXPECT_EQ(service.process.state(), QProcess::Running);
+    // Alive: QProcess may not have noted its start yet (Starting), which is
+    // no matter here.
+    EXPECT_NE(service.process.state(), QProcess::NotRunning);
     const QString said = service.stop();
     EXPECT_TRUE(said.contains(state) && said.contains(QStringLiteral("/dev/zero, which is a character device")))
         << said.toStdString();
