@@ -437,4 +437,3 @@ void DBusMicroscopeService::traceNoSnapshot(const QString& whose)
     told = true;
     trace(QStringLiteral("Microscope service %1 offers no Snapshot: reading one value at a time").arg(whose));
 }
-

@@ -119,6 +119,16 @@ protected:
         return out;
     }
 
+    // A service started with `extra`, each panel opened twice, and no box.
+    std::vector<Openings> openEachPanelTwice(const QStringList& extra)
+    {
+        startService(extra);
+        QStringList boxes;
+        const std::vector<Openings> rounds = openPanels(boxes, 2);
+        EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
+        return rounds;
+    }
+
     ServiceProcess m_service;
 };
 
@@ -157,10 +167,7 @@ void expectOneRoundTrip(const Openings& openings, const QString& picture, const 
 
 TEST_F(PanelRoundTrips, EveryDevicePanelOpensInOneRoundTripAndAgainWithWhatItReadAlone)
 {
-    startService();
-    QStringList boxes;
-    const std::vector<Openings> rounds = openPanels(boxes, 2);
-    EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
+    const std::vector<Openings> rounds = openEachPanelTwice({});
     ASSERT_EQ(rounds.size(), 2u);
     expectOneRoundTrip(rounds[0], QStringLiteral("Snapshot"), "first");
     expectOneRoundTrip(rounds[1], QStringLiteral("SnapshotOf"), "again");
@@ -178,10 +185,8 @@ TEST_F(PanelRoundTrips, EveryDevicePanelOpensInOneRoundTripAndAgainWithWhatItRea
 
 TEST_F(PanelRoundTrips, AServiceOfInterface11IsAskedTheWholeSnapshotEachTime)
 {
-    startService({QStringLiteral("--interface-version"), QStringLiteral("1.1")});
-    QStringList boxes;
-    const std::vector<Openings> rounds = openPanels(boxes, 2);
-    EXPECT_TRUE(boxes.isEmpty()) << boxes.join('|').toStdString();
+    const std::vector<Openings> rounds =
+        openEachPanelTwice({QStringLiteral("--interface-version"), QStringLiteral("1.1")});
     ASSERT_EQ(rounds.size(), 2u);
     expectOneRoundTrip(rounds[0], QStringLiteral("Snapshot"), "first");
     expectOneRoundTrip(rounds[1], QStringLiteral("Snapshot"), "again");

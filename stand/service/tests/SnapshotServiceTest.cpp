@@ -76,21 +76,8 @@ QString text(const QVariant& v)
 // The arguments a key names, in the types its member takes.
 QVariantList argumentsOf(const QString& key)
 {
-    const int open = key.indexOf(QLatin1Char('('));
-    if (open < 0)
-        return {};
-    const ZentorBus::Method* m = ZentorBus::findMethod(ZentorBus::deviceMethods(), key.left(open));
-    const QStringList parts = key.mid(open + 1, key.size() - open - 2).split(QLatin1Char(','));
     QVariantList args;
-    for (int i = 0; i < parts.size(); ++i) {
-        const QChar t = m->in.at(i);
-        if (t == QLatin1Char('n'))
-            args << QVariant::fromValue<short>(static_cast<short>(parts[i].toInt()));
-        else if (t == QLatin1Char('i'))
-            args << QVariant::fromValue<int>(parts[i].toInt());
-        else
-            args << QVariant(parts[i]);
-    }
+    ZentorBus::readOfKey(key, ZentorBus::deviceMethods(), args);
     return args;
 }
 
